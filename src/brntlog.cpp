@@ -1,0 +1,75 @@
+#include "brntlog.h"
+
+#include <cstdarg>
+#include <cstdio>
+#include <exception>
+#include <iostream>
+#include <log4cpp/Category.hh>
+#include <log4cpp/OstreamAppender.hh>
+#include <log4cpp/PatternLayout.hh>
+#include <log4cpp/PropertyConfigurator.hh>
+#include <string>
+
+namespace {
+
+constexpr char kLinePattern[] = "%d{%Y-%m-%d %H:%M:%S.%l} %p %m%n";
+
+log4cpp::Category& LogCategory() {
+  static log4cpp::Category& category = log4cpp::Category::getInstance("CATEGORY");
+  return category;
+}
+
+void UseConsole() {
+  auto* layout = new log4cpp::PatternLayout();  // owned by the appender
+  layout->setConversionPattern(kLinePattern);
+  auto* appender = new log4cpp::OstreamAppender("console", &std::cout);  // owned by the category
+  appender->setLayout(layout);
+  log4cpp::Category& root = log4cpp::Category::getRoot();
+  root.removeAllAppenders();
+  root.setPriority(log4cpp::Priority::INFO);
+  root.addAppender(appender);
+}
+
+}  // namespace
+
+namespace brntlog {
+
+void Configure(const char* configPath) {
+  try {
+    log4cpp::PropertyConfigurator::configure(configPath);
+  } catch (const std::exception& e) {
+    std::fprintf(stderr, "log configuration %s: %s; logging to the console\n", configPath, e.what());
+    UseConsole();
+  }
+}
+
+void Write(int priority, const char* file, unsigned line, const char* format, ...) {
+  if (!LogCategory().isPriorityEnabled(priority)) return;
+
+  char buffer[1024];
+  std::va_list args;
+  va_start(args, format);
+  std::va_list again;
+  va_copy(again, args);
+  const int length = std::vsnprintf(buffer, sizeof buffer, format, args);
+  va_end(args);
+
+  std::string text;
+  if (length >= 0 && static_cast<std::size_t>(length) < sizeof buffer) {
+    text.assign(buffer, static_cast<std::size_t>(length));
+  } else if (length >= 0) {
+    text.resize(static_cast<std::size_t>(length) + 1);
+    std::vsnprintf(text.data(), text.size(), format, again);
+    text.pop_back();
+  }
+  va_end(again);
+
+  text += " --[";
+  text += file;
+  text += ':';
+  text += std::to_string(line);
+  text += ']';
+  LogCategory().log(priority, text);
+}
+
+}  // namespace brntlog
