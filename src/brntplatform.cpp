@@ -50,12 +50,20 @@ int SpawnShell(const std::string& command) {
   posix_spawnattr_setsigdefault(&attributes, &defaulted);
   posix_spawnattr_setflags(&attributes, POSIX_SPAWN_SETSIGMASK | POSIX_SPAWN_SETSIGDEF);
 
+  // Libraries open descriptors of their own that are not close-on-exec, such as libcurl's during a transfer.
+  posix_spawn_file_actions_t actions;
+  posix_spawn_file_actions_init(&actions);
+#if defined(__GLIBC__) && __GLIBC_PREREQ(2, 34)
+  posix_spawn_file_actions_addclosefrom_np(&actions, STDERR_FILENO + 1);
+#endif
+
   std::string script = command;
   char shell[] = "sh";
   char option[] = "-c";
   char* const argv[] = {shell, option, script.data(), nullptr};
   pid_t child = -1;
-  const int error = posix_spawn(&child, "/bin/sh", nullptr, &attributes, argv, environ);
+  const int error = posix_spawn(&child, "/bin/sh", &actions, &attributes, argv, environ);
+  posix_spawn_file_actions_destroy(&actions);
   posix_spawnattr_destroy(&attributes);
   if (error != 0) {
     HLOG_ERROR("cannot run [%s]: error %d", command.c_str(), error);
