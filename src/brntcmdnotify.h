@@ -45,6 +45,9 @@ class CBrntCmdNotifyHandler {
   const std::list<T_BrntEvent>& Events() const { return m_listBrntEvents; }
 
  private:
+  // Keeps, cancels or starts the wait of a disconnect, and takes from the list what is not to be handled now.
+  void JudgeConnectionEvents();
+
   std::list<T_BrntEvent> m_listBrntEvents;  // in the order of the notification
   Bool16 m_b16SettingChanged = 0;
 

@@ -4,10 +4,12 @@
 #include <cstdio>
 #include <exception>
 #include <iostream>
+#include <log4cpp/Appender.hh>
 #include <log4cpp/Category.hh>
 #include <log4cpp/OstreamAppender.hh>
 #include <log4cpp/PatternLayout.hh>
 #include <log4cpp/PropertyConfigurator.hh>
+#include <stdexcept>
 #include <string>
 
 namespace {
@@ -19,7 +21,22 @@ log4cpp::Category& LogCategory() {
   return category;
 }
 
+// False when no appender takes the category's lines, or one has a file that cannot be opened: log4cpp finds nothing
+// wrong with either.
+bool SomethingTakesTheLines() {
+  log4cpp::Category& category = LogCategory();
+  const bool fromRoot = category.getAdditivity() && !log4cpp::Category::getRoot().getAllAppenders().empty();
+  if (!fromRoot && category.getAllAppenders().empty()) return false;
+  return log4cpp::Appender::reopenAll();
+}
+
+// Whatever a configuration has set up half-way is gone afterwards.
 void UseConsole() {
+  log4cpp::Category& category = LogCategory();
+  category.removeAllAppenders();
+  category.setAdditivity(true);
+  category.setPriority(log4cpp::Priority::NOTSET);
+
   auto* layout = new log4cpp::PatternLayout();  // owned by the appender
   layout->setConversionPattern(kLinePattern);
   auto* appender = new log4cpp::OstreamAppender("console", &std::cout);  // owned by the category
@@ -37,6 +54,7 @@ namespace brntlog {
 void Configure(const char* configPath) {
   try {
     log4cpp::PropertyConfigurator::configure(configPath);
+    if (!SomethingTakesTheLines()) throw std::runtime_error("its log cannot be written");
   } catch (const std::exception& e) {
     std::fprintf(stderr, "log configuration %s: %s; logging to the console\n", configPath, e.what());
     UseConsole();

@@ -26,17 +26,6 @@ sigset_t StopSignals() {
   return set;
 }
 
-// The other threads go on while the process ends, so no destructor of a static object may run: _exit, with the buffers
-// flushed by hand.
-[[noreturn]] void EndProcess(int signalNumber) {
-  HLOG_INFO("stopped by signal %d", signalNumber);
-  int status = 0;
-  if (__lsan_do_recoverable_leak_check != nullptr && __lsan_do_recoverable_leak_check() != 0) status = 1;
-  std::cout.flush();
-  std::fflush(nullptr);
-  _exit(status);
-}
-
 }  // namespace
 
 void CBrntStop::TakeSignalsHere() {
@@ -54,5 +43,16 @@ void CBrntStop::WaitForStop(SInt64 ms) {
   timeout.tv_sec = static_cast<time_t>(ms / 1000);
   timeout.tv_nsec = static_cast<long>(ms % 1000) * 1000000L;
   const int signalNumber = sigtimedwait(&set, nullptr, &timeout);
-  if (signalNumber > 0) EndProcess(signalNumber);
+  if (signalNumber <= 0) return;
+  HLOG_INFO("stopped by signal %d", signalNumber);
+  LeaveProcess(0);
+}
+
+void CBrntStop::LeaveProcess(int status) {
+  // The other threads go on meanwhile, so no destructor of a static object may run: _exit, with the buffers flushed by
+  // hand.
+  if (__lsan_do_recoverable_leak_check != nullptr && __lsan_do_recoverable_leak_check() != 0 && status == 0) status = 1;
+  std::cout.flush();
+  std::fflush(nullptr);
+  _exit(status);
 }
