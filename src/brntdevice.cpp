@@ -1,11 +1,19 @@
 #include "brntdevice.h"
 
+#include <cstdlib>
 #include <utility>
 
 #include "brntjson.h"
 #include "brntlog.h"
+#include "brntmanageavpip.h"
+#include "stringprocess.h"
 
 namespace {
+
+constexpr int kMultyTailLength = 5;  // the characters of an id that make its multicast addresses
+
+// The number that text begins with in hexadecimal, 0 without one, cut to an octet.
+int HexOctet(const std::string& text) { return static_cast<int>(std::strtoul(text.c_str(), nullptr, 16) & 255U); }
 
 Json::Value VideoSubscription(const std::string& avpDeviceId, const std::string& h264DeviceId) {
   Json::Value subscription(Json::objectValue);
@@ -26,6 +34,19 @@ std::string SubscriptionText(Json::Value subscription) {
   return brntjson::Write(document);
 }
 
+// Copies the record of this type and index; false when there is none.
+template <class Types, class Tables>
+bool CopyRecord(const Types& types, const Tables& tables, const std::string& type, SInt32 index, CStreamInfo* pInfo) {
+  for (size_t i = 0; i < types.size(); ++i) {
+    if (types[i] != type) continue;
+    const auto found = tables[i].find(index);
+    if (found == tables[i].end()) return false;
+    *pInfo = found->second;
+    return true;
+  }
+  return false;
+}
+
 }  // namespace
 
 CBrntDevice* CBrntDevice::GetBrntDevByID(const std::string& id) {
@@ -42,27 +63,29 @@ CBrntDevice* CBrntDevice::FindBrntDevByID(const std::string& id) {
   return found == s_mapID2Dev.end() ? nullptr : found->second;
 }
 
-Bool16 CBrntDevice::ParseDevice(const Json::Value&, bool) { return 0; }
-
-void CBrntDevice::ReportDevice() {}
-
-bool CBrntDevice::GetIPfromMac(std::string, std::string&) { return false; }
+bool CBrntDevice::GetIPfromMac(std::string mac, std::string& ip) {
+  std::string id;
+  StrProcess::Uppercase2Lowercase(mac, id);
+  return AvpIpManage::SearchAvpIpFromMap(id, ip);
+}
 
 bool CBrntDevice::GetMultyAddressFromStr(std::string id, std::string& address, int kind) {
   if (id.empty()) {
     HLOG_ERROR("Multy Str is NULL");
     return false;
   }
-  if (id.size() < 5) {
+  std::string tail;
+  if (!StrProcess::Cut2GetTailStr(id, kMultyTailLength, tail)) {
     HLOG_ERROR("can't get tail 5 str");
     return false;
   }
-  const std::string tail = id.substr(id.size() - 5);
-  const auto octet = [](const std::string& text) {
-    return static_cast<int>(std::strtoul(text.c_str(), nullptr, 16)) & 255;
-  };
-  address = "235." + std::to_string((octet(tail.substr(0, 1)) & 7) | ((kind & 15) << 3)) + "." +
-            std::to_string(octet(tail.substr(1, 2))) + "." + std::to_string(octet(tail.substr(3, 2)));
+  if (tail.size() != kMultyTailLength) {
+    HLOG_ERROR("can't get multy ip");
+    return false;
+  }
+  const int stream = (HexOctet(tail.substr(0, 1)) & 7) | ((kind & 15) << 3);
+  address = "235." + std::to_string(stream) + "." + std::to_string(HexOctet(tail.substr(1, 2))) + "." +
+            std::to_string(HexOctet(tail.substr(3, 2)));
   HLOG_INFO("get multy ip [%s]", address.c_str());
   return true;
 }
@@ -136,7 +159,42 @@ std::string CBrntDevice::GetBootStatus() {
   return m_strBootStatus;
 }
 
-T_VideoWallDetails CBrntDevice::GetVideoWallDetails() { return {}; }
+T_VideoWallDetails CBrntDevice::GetVideoWallDetails() {
+  OSMutexLocker lock(m_objMutex);
+  const CHDMITiming& source = m_ModesFrameBufferInfo.m_objSourceVideo;
+  T_VideoWallDetails details;
+  details.s32Index = m_ModesFrameBufferInfo.m_s32Index;
+  details.u32Width = source.m_u32Width;
+  details.u32Height = source.m_u32Height;
+  details.u32Fps = source.m_u32Fps;
+  details.strColorSpace = source.m_strColorSpace;
+  details.u32BitPerPixel = source.m_u32BitPerPixel;
+  details.strScanMode = source.m_strScanMode;
+  details.bSourceStable = m_mapOutputInfo[0].m_bSourceStable;
+  details.strDisplayMode = m_ModesFrameBufferInfo.m_strDisplayMode;
+  details.s32DisplayFps = static_cast<SInt32>(m_ModesFrameBufferInfo.m_u32Fps);
+  return details;
+}
+
+bool CBrntDevice::GetStream(const std::string& type, SInt32 index, CStreamInfo* pInfo) {
+  OSMutexLocker lock(m_objMutex);
+  return CopyRecord(kStreamTypes, m_aStreams, type, index, pInfo);
+}
+
+bool CBrntDevice::GetSubscription(const std::string& type, SInt32 index, CStreamInfo* pInfo) {
+  OSMutexLocker lock(m_objMutex);
+  return CopyRecord(kSubscriptionTypes, m_aSubscriptions, type, index, pInfo);
+}
+
+CNodesUartInfo CBrntDevice::GetUartInfo() {
+  OSMutexLocker lock(m_objMutex);
+  return m_mapUart[0];
+}
+
+void CBrntDevice::SetLineOrder(const std::string& lineOrder) {
+  OSMutexLocker lock(m_objMutex);
+  m_mapUart[0].m_strLineOrder = lineOrder;
+}
 
 void CBrntDevice::SetMVSources(std::map<std::string, std::string> sources) {
   OSMutexLocker lock(s_objMapMutex);

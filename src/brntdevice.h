@@ -102,7 +102,7 @@ class CBrntDevice {
   T_VideoWallDetails GetVideoWallDetails() EXCLUDES(m_objMutex);
   bool GetStream(const std::string& type, SInt32 index, CStreamInfo* pInfo) EXCLUDES(m_objMutex);
   bool GetSubscription(const std::string& type, SInt32 index, CStreamInfo* pInfo) EXCLUDES(m_objMutex);
-  CNodesUartInfo GetUartInfo() EXCLUDES(m_objMutex);
+  CNodesUartInfo GetUartInfo() EXCLUDES(m_objMutex);  // UART:0
 
   // What a serial settings command said; the device document does not hold it.
   void SetLineOrder(const std::string& lineOrder) EXCLUDES(m_objMutex);
@@ -207,10 +207,14 @@ class CBrntDevice {
  private:
   explicit CBrntDevice(const std::string& id) : m_strDevID(id) {}
 
+  // The records of one kind by index, at most 32 of them.
   template <class Record>
-  using Records = std::map<SInt32, Record>;  // by index, 0 to kMaxIndex
+  using Records = std::map<SInt32, Record>;
 
-  bool ParseDocument(const Json::Value& device, T_ReportFacts* pFacts) EXCLUDES(m_objMutex);
+  static constexpr std::array<std::string_view, 5> kStreamTypes = {"HDMI", "HDMI_AUDIO", "RS232", "CEC", "USB_HID"};
+  static constexpr std::array<std::string_view, 3> kSubscriptionTypes = {"HDMI", "RS232", "USB_HID"};
+
+  void ParseMembers(const Json::Value& device) EXCLUDES(m_objMutex);
   void ParseIdentity(const Json::Value& identity) REQUIRES(m_objMutex);
   void ParseConfiguration(const Json::Value& configuration) REQUIRES(m_objMutex);
   void ParseStatus(const Json::Value& status) REQUIRES(m_objMutex);
@@ -225,7 +229,25 @@ class CBrntDevice {
   void ParseNodeScaler(const Json::Value& node, SInt32 index) REQUIRES(m_objMutex);
   void ParseNodeRS232(const Json::Value& node, SInt32 index) REQUIRES(m_objMutex);
   void ParseNodeUsbHid(const Json::Value& node, SInt32 index) REQUIRES(m_objMutex);
+  T_ReportFacts* FactsOf(SInt32 index) REQUIRES(m_objMutex);  // null but for index 0, the one that is reported
 
+  bool m_bParsed GUARDED_BY(m_objMutex) = false;  // a document has been read
+  T_ReportFacts m_tFacts GUARDED_BY(m_objMutex);  // of the last document
+  std::array<Records<CStreamInfo>, kStreamTypes.size()> m_aStreams GUARDED_BY(m_objMutex);
+  std::array<Records<CStreamInfo>, kSubscriptionTypes.size()> m_aSubscriptions GUARDED_BY(m_objMutex);
+  Records<CFrameBuffer> m_mapFrameBuffer GUARDED_BY(m_objMutex);  // all but index 0
+  Records<CHdmiInfo> m_mapInputInfo GUARDED_BY(m_objMutex);
+  Records<CHDMITiming> m_mapInputTiming GUARDED_BY(m_objMutex);
+  Records<CHdmiInfo> m_mapOutputInfo GUARDED_BY(m_objMutex);
+  Records<CHDMITiming> m_mapOutputTiming GUARDED_BY(m_objMutex);
+  Records<CEncoderInputInfo> m_mapEncoderInput GUARDED_BY(m_objMutex);
+  Records<CMonitorInputInfo> m_mapMonitor GUARDED_BY(m_objMutex);
+  Records<CNetWorkInfo> m_mapNetWork GUARDED_BY(m_objMutex);
+  Records<CNodesScalerInfo> m_mapScaler GUARDED_BY(m_objMutex);
+  Records<CNodesUartInfo> m_mapUart GUARDED_BY(m_objMutex);
+  Records<CNodesUSBHIDInfo> m_mapUsbHid GUARDED_BY(m_objMutex);
+
+  // Never emptied: an id enters when cmd_core or the API server, both on this endpoint, name a device.
   inline static std::map<std::string, CBrntDevice*>& s_mapID2Dev GUARDED_BY(s_objMapMutex) =
       *new std::map<std::string, CBrntDevice*>;
   inline static std::map<std::string, std::string>& s_mapTXID2RXIDInMV GUARDED_BY(s_objMapMutex) =

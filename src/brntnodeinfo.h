@@ -8,6 +8,7 @@
 
 #include <json/value.h>
 
+#include <optional>
 #include <string>
 #include <string_view>
 
@@ -17,10 +18,8 @@
 // One stream or subscription.
 class CStreamInfo {
  public:
-  // slot says which stream of the report this is; both facts stay alone for any other.
-  enum class E_Slot { e_none, e_stream0, e_stream1 };
-
-  void ParseStreamJson(const Json::Value& stream, E_Slot slot, T_ReportFacts* pFacts);
+  // Of the outgoing HDMI streams, only index 0 has a frame rate choice of its own.
+  void ParseStreamJson(const Json::Value& stream, T_StreamFacts* pFacts);
 
   std::string m_strType;
   SInt32 m_s32Index = 0;
@@ -49,7 +48,7 @@ class CHDMITiming {
   std::string m_strColorSpace;
   UInt32 m_u32BitPerPixel = 0;  // bits of one component
   std::string m_strScanMode;
-  std::string m_strReport;  // the resolution as last reported
+  std::string m_strReport;  // the resolution as it was last given to a report
   std::string m_strType;
   SInt32 m_s32Index = 0;
 };
@@ -57,14 +56,12 @@ class CHDMITiming {
 // What an HDMI input or output says beside the picture's format.
 class CHdmiInfo {
  public:
-  // Reads the node's "status" but for "video". False when it says that the source is not stable: then the status text
-  // is the only fact that the node's status gives, here and in its timing.
-  bool ParseJsonInfo(const Json::Value& node, T_HdmiFacts* pFacts);
+  // Reads the node's "status", "video" into timing. While the source is not stable, that is the only fact it gives.
+  void ParseJsonInfo(const Json::Value& node, CHDMITiming* pTiming, T_HdmiFacts* pFacts);
 
-  // Read the HDCP members of the "configuration" of an input and of an output. The text for the report, or an empty
-  // one when there is none.
-  std::string ParseInputHdcp(const Json::Value& configuration);
-  std::string ParseOutputHdcp(const Json::Value& configuration);
+  // Read the HDCP members of the "configuration" of an input and of an output; the result is the text for the report.
+  std::optional<std::string> ParseInputHdcp(const Json::Value& node);
+  std::optional<std::string> ParseOutputHdcp(const Json::Value& node);
 
   std::string m_strHdcpOutputMode;
   bool m_bHdcpSupportEnable = false;
@@ -73,7 +70,7 @@ class CHdmiInfo {
   std::string m_strHdcpVersion;
   bool m_bHdmi20Supported = false;
   bool m_bSourceStable = false;
-  std::string m_strReport;  // the status text as last reported
+  std::string m_strReport;  // the status text as it was last given to a report
   std::string m_strType;
   SInt32 m_s32Index = 0;
   bool m_bhashdr = false;
@@ -82,15 +79,16 @@ class CHdmiInfo {
   UInt32 m_u32Channels = 0;
   UInt32 m_u32Samplesize = 0;  // bits; 0 unknown
   std::string m_strEncodingtype;
+
+ private:
+  void ParseProtection(const Json::Value& status, T_HdmiFacts* pFacts);
+  void ParseAudio(const Json::Value& status, T_HdmiFacts* pFacts);
 };
 
 // The frame buffer of a decoder: how the picture is shown, and what comes in.
 class CFrameBuffer {
  public:
   void ParseJsonInfo(const Json::Value& node, T_ReportFacts* pFacts);
-
-  // "<width>x<height>p@<rate>" of the last element read; empty unless it gave all three.
-  const std::string& TimingText() const { return m_strTiming; }
 
   std::string m_strType;
   SInt32 m_s32Index = 0;
@@ -100,17 +98,12 @@ class CFrameBuffer {
   UInt32 m_u32Fps = 0;
   std::string m_strAspectRatioMode;
   CHDMITiming m_objSourceVideo;
-
- private:
-  std::string m_strTiming;
 };
 
 // What an HDMI output takes its picture and its sound from.
 class CEncoderInputInfo {
  public:
-  // Read only when the input has a choice; the result says whether it had.
-  bool ParseMainSource(const Json::Value& node);
-  bool ParseAudioSource(const Json::Value& node);
+  void ParseJsonInfo(const Json::Value& node, T_ReportFacts* pFacts);
 
   std::string m_strType;
   SInt32 m_s32Index = 0;
@@ -182,7 +175,20 @@ class CNodesUSBHIDInfo {
 
 namespace brntnode {
 
-// "type" and "index" of an element of the document; false when one of them is absent. type lives as long as element.
+// The highest index that is read. A hostile document could name any, and each would stay in memory.
+constexpr SInt32 kMaxIndex = 31;
+
+// The member under key; a null value, which has no members of its own, when it is absent.
+const Json::Value& Child(const Json::Value& object, const char* key);
+
+// The value itself when it is an array, else a null value, which has no elements.
+const Json::Value& Elements(const Json::Value& value);
+
+// The text of value without a copy, empty when it is no string; it lives as long as value.
+std::string_view Text(const Json::Value& value);
+
+// "type" and "index" of an element of the document; false when one of them is absent or the index is out of range. The
+// type lives as long as element.
 [[nodiscard]] bool GetTypeAndIndex(const Json::Value& element, std::string_view* pType, SInt32* pIndex);
 
 // The chosen source of the node's input <name>:0; false when the input is not there or has no choice.

@@ -40,21 +40,26 @@ struct T_HdmiFacts {
   std::optional<std::string> strEdid;
 };
 
+// What one outgoing HDMI stream says to the report.
+struct T_StreamFacts {
+  std::optional<bool> bEnable;
+  std::optional<bool> bHalfRate;
+  std::optional<int> s32Width;  // stream 1 only; both or neither
+  std::optional<int> s32Height;
+};
+
 // What one device document says to the report.
 struct T_ReportFacts {
   T_HdmiFacts tInput;
   T_HdmiFacts tOutput;
   std::optional<std::string> strHdcpCapability;
   std::optional<std::string> strHdcpMethod;
-  std::optional<std::string> strScaler;
   std::optional<std::string> strLayout;
   std::optional<VideoWallParam> tVideoWall;
-  std::optional<bool> bStream0Enable;
-  std::optional<bool> bStream0HalfFrameRate;
-  std::optional<bool> bStream1Enable;
-  std::optional<bool> bStream1HalfFrameRate;
-  std::optional<int> s32Stream1Width;  // both or neither
-  std::optional<int> s32Stream1Height;
+  std::optional<int> s32OutputSource;               // 0 the subscription, 1 the frame buffer
+  std::optional<std::string> strFrameBufferTiming;  // reported when the frame buffer is the output's source
+  T_StreamFacts tStream0;
+  T_StreamFacts tStream1;
   std::optional<bool> bMonitorConnected;  // without it there is no monitor text
   std::optional<std::string> strMonitorEdid;
 };
@@ -113,8 +118,15 @@ class CreateReportMsg {
   std::string GetHdmiMonitorStr() const;
 
  private:
+  void SetScaler(const T_ReportFacts& facts);
+  void SetStreams(const T_StreamFacts& stream0, const T_StreamFacts& stream1);
+  void SetMonitor(const T_ReportFacts& facts);
+  void PutInput(const char* key, const Json::Value& value);
+  void PutOutput(const char* key, const Json::Value& value);
+  void PutHdmiout(const char* key, const Json::Value& value);
   void LinkStatus();
-  bool LinkStreams();
+  void LinkSettings();
+  void LinkStreams();
 
   Json::Value StatusInputDisplay;
   Json::Value StatusInput;
