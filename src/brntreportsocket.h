@@ -10,6 +10,7 @@
 #include <string>
 
 #include "brnttypes.h"
+#include "tlv_box.h"
 
 extern std::atomic<int> g_reportsocket;  // -1 until created
 extern sockaddr_in g_reportaddr;         // constant once g_reportsocket is set
@@ -20,3 +21,7 @@ int ReportAsyncInit();
 // Sends text as a report of the given kind. A report that cannot be sent is one ERROR line. A kind outside
 // E_Event_Type leaves as an empty box.
 void ReportAsyncMsg(E_Event_Type type, std::string text);
+
+// Sends the box as the contents of a report, which serialises it. Of a box that cannot be serialised (once more) an
+// empty datagram is sent. Once ReportAsyncInit has succeeded.
+void SendReportBox(tlv_box_t* inner);
