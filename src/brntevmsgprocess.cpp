@@ -4,6 +4,7 @@
 #include <utility>
 
 #include "brntasynctask.h"
+#include "brntdevice.h"
 #include "brntjson.h"
 #include "brntlog.h"
 #include "brntplatform.h"
@@ -161,7 +162,14 @@ bool CBrntEvSettingChangedHandler::DoResponse(const std::string& result, E_Statu
     return false;
   }
   const Json::Value* devices = FindArray(response, "devices");
-  return devices != nullptr;
+  if (devices == nullptr) return false;
+  for (const Json::Value& element : *devices) {
+    std::string id;
+    if (!brntjson::GetString(element, "device_id", id)) continue;
+    CBrntDevice* device = CBrntDevice::FindBrntDevByID(id);
+    if (device != nullptr) device->ParseDevice(element, true);
+  }
+  return true;
 }
 
 std::unique_ptr<CBrntEventHandler> CreateEventHandler(std::string_view eventType) {
