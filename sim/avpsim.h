@@ -33,17 +33,11 @@ struct T_AvpSimOptions {
   int updateMs = 10000;          // how long a firmware update takes
   int processingPolls = -1;      // >= 0: requests that may be answered either way are PROCESSING for so many polls
   int processingMs = -1;         // >= 0: ... or for this time
+  size_t logLimit = 400;         // longer messages are cut in the log; 0: never
 };
 
 // What becomes of the next firmware updates.
 enum E_UpdateOutcome { e_update_succeeds = 0, e_update_fails = 1, e_update_never_settles = 2 };
-
-// Data that the device was told to send: serial (decoded), infrared and CEC (hex digits).
-struct T_SentData {
-  std::string kind;  // "rs232", "infrared", "cec"
-  std::string deviceId;
-  std::string data;
-};
 
 class CAvpSim {
  public:
@@ -109,16 +103,21 @@ class CAvpSim {
   // An empty device id means the first device.
   std::string DeviceId() const;
   Json::Value Device(const std::string& deviceId = "") const;  // a copy of the document; null when unknown
-  void AddDevice(const Json::Value& document);                 // or replaces the one with its id
+  bool AddDevice(const Json::Value& document);  // or replaces the one with its id; false when it cannot be used
   // Sets any member, by the keys that set:property takes; no checks beyond the path. Pushes SETTINGS_CHANGED.
   bool Set(const std::string& key, const Json::Value& value, const std::string& deviceId = "");
   std::optional<Json::Value> Get(const std::string& key, const std::string& deviceId = "") const;
+  // Until the member has this value; a recorded request may not have had its effect yet.
+  bool WaitForValue(const std::string& key, const Json::Value& value, int timeoutMs = 5000,
+                    const std::string& deviceId = "") const;
   // "3840x2160p60", "1920x1080i50", "none": the input signal of an encoder, or what a decoder receives.
   bool SetSource(const std::string& timing, const std::string& deviceId = "");
   bool SetMonitor(bool connected, const std::string& deviceId = "");  // false without such a node
   void Disconnect(const std::string& deviceId = "");                  // with its event
   void Connect(const std::string& deviceId = "");                     // with its events
   void SetHung(bool hung);  // the AV processor answers nothing: no identity, no document
+  // How requests that may be answered either way are answered from now on: T_SimAnswer::Default() or a Processing one.
+  void SetProcessing(const T_SimAnswer& way);
   void SetUpdateOutcome(E_UpdateOutcome outcome);
   void SetFirmware(const Json::Value& packages);  // the array of the firmware listing
   std::vector<T_SentData> SentData() const;

@@ -30,6 +30,13 @@ struct T_SimError {
   std::string message;
 };
 
+// Data that a device was told to send: serial data as bytes, infrared and CEC data as hex digits.
+struct T_SentData {
+  std::string kind;  // "rs232", "infrared", "cec"
+  std::string deviceId;
+  std::string data;
+};
+
 using T_RequestMatcher = std::function<bool(const T_SimRequest&)>;
 
 // Matchers for Script and WaitForRequest.
