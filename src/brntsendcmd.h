@@ -1,8 +1,8 @@
 // The builders of every request to the API server: typed arguments in, one or more queued commands out.
 //
 // Any thread. A builder checks its input, forms path and body and queues; it never waits for the network, but for
-// SendUpdateCmd. Results: 1 queued (or the operation has nothing to send), 0 refused, with the reason in the log. The
-// texts of ids, stream types and addresses go out as they are, without any escaping.
+// SendUpdateCmd. Results: 1 queued, 0 when nothing (or, of several requests, not each) was, with the reason in the log.
+// The texts of ids, stream types and addresses go out as they are, without any escaping.
 //
 // brntsendcmd.cpp holds what all builders share and the device reads; the others stand in brntsendstream.cpp (streams
 // and subscriptions), brntsendcontrol.cpp (serial, infrared, CEC, EDID, HDCP, audio, properties, reset),
@@ -57,15 +57,7 @@ struct T_MVWindow {
   SInt32 s32TargetSurface = 0;
 };
 
-// What the device document last said about the display, for the wall check.
-struct T_DisplayDetails {
-  bool bSourceStable = false;
-  UInt32 u32SourceWidth = 0;
-  UInt32 u32SourceHeight = 0;
-  UInt32 u32SourceFps = 0;
-  std::string strDisplayMode;  // empty as long as no document has told it
-  SInt32 s32DisplayFps = 0;
-};
+struct T_VideoWallDetails;  // brntdevice.h
 
 class SendCmd2AVP {
  public:
@@ -123,7 +115,7 @@ class SendCmd2AVP {
       EXCLUDES(s_objWallMutex);
   // Compares what the device shows with the last wall command; follows the source in wall mode "auto" and reports
   // changes to cmd_core. index is that of the frame buffer.
-  static bool CheckVideoWallStatus(const std::string& id, SInt32 index, const T_DisplayDetails& details)
+  static bool CheckVideoWallStatus(const std::string& id, SInt32 index, const T_VideoWallDetails& details)
       EXCLUDES(s_objWallMutex);
   // The last parameters saved.
   static Video_Wall_Param SavedVideoWall() EXCLUDES(s_objWallMutex);
@@ -143,18 +135,21 @@ class SendCmd2AVP {
   static Bool16 ExistMVLayout(const std::string& id, const std::string& layout);  // sends nothing, says so in the log
 
  private:
-  // What the wall check knows about the last wall command.
+  // What the wall check knows.
   struct T_WallWatch {
-    bool bActive = false;         // a wall command is what was last asked for
-    std::string strSentMode;      // "display_mode" of the last request sent for it
-    std::string strReportedMode;  // display mode last seen in the device document, or reported
+    bool bActive = false;      // a wall command is what was last asked for
+    std::string strSentMode;   // "display_mode" of the last request sent for it
+    std::string strShownMode;  // what the device showed at the last check, wall or not
   };
 
-  static bool SwitchAutoWallLocked(const std::string& id, const T_DisplayDetails& details) REQUIRES(s_objWallMutex);
+  static void EndWallWatch() EXCLUDES(s_objWallMutex);
+  static Bool16 SwitchAutoWallLocked(const std::string& id, const T_VideoWallDetails& details, std::string* pMode)
+      REQUIRES(s_objWallMutex);
 
-  // Held while a wall or single request is queued, so that a check's request never follows a newer command's.
-  static OSMutex s_objWallMutex;
-  static Video_Wall_Param s_video_wall_param GUARDED_BY(s_objWallMutex);
-  static Single_Param s_single_param GUARDED_BY(s_objWallMutex);
-  static T_WallWatch s_tWallWatch GUARDED_BY(s_objWallMutex);
+  // Held while a wall request is queued, so that a check's request never follows a newer command's. The objects behind
+  // references live until the process is gone: threads outlive main.
+  static OSMutex& s_objWallMutex;
+  static Video_Wall_Param& s_video_wall_param GUARDED_BY(s_objWallMutex);
+  static Single_Param& s_single_param GUARDED_BY(s_objWallMutex);
+  static T_WallWatch& s_tWallWatch GUARDED_BY(s_objWallMutex);
 };
