@@ -6,11 +6,9 @@
 #pragma once
 
 #include <atomic>
-#include <list>
+#include <cstddef>
 #include <string>
 
-#include "OSMutex.h"
-#include "OSThreadAnnotations.h"
 #include "OSTypes.h"
 
 // One infrared send.
@@ -36,6 +34,9 @@ struct TIMER_EVENT_T {
   E_TIMER_EVENT eEvent = E_TIMER_DEFAULT;
 };
 
+// The EDID of the HDMI input; it is asked for only until this file exists.
+constexpr char kInputEdidFile[] = "/tmp/dec.edid";
+
 // Appends an infrared send; 0. What would make the queue outgrow kIrQueueBytes is dropped with a line in the log.
 int SetIrCmd(const IR_CMD_T& cmd);
 // Moves the head out; 1, or 0 when nothing waits.
@@ -51,19 +52,14 @@ int SetTimerEvent(const TIMER_EVENT_T& event);
 // Moves the head out; 1, or 0 when nothing waits.
 int GetTimerEvent(TIMER_EVENT_T& event);
 
-// Starts the worker thread the first time it is called; it then lives as long as the process. Master link's task only.
+// Starts the worker thread the first time it is called; it then lives as long as the process. Any thread.
 void CreateThread();
 
-// The worker: sleep, WorkOnce, for ever.
-void* ThreadFunction(void* unused);
+// The worker: rest 400 ms, WorkOnce, for ever.
+[[noreturn]] void* ThreadFunction(void* unused);
 
 // One pass of the worker: every infrared send that waits, then one maintenance request. Worker thread only.
 void WorkOnce();
 
 // Set once the worker has been started. A test that sets it first keeps the thread from starting.
 extern std::atomic<bool> threadCreated;
-
-extern OSMutex g_IRCmdListMutex;
-extern std::list<IR_CMD_T> g_IRCmdList GUARDED_BY(g_IRCmdListMutex);
-extern OSMutex g_TimerEventListMutex;
-extern std::list<TIMER_EVENT_T> g_TimerEventList GUARDED_BY(g_TimerEventListMutex);
