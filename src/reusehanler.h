@@ -7,7 +7,7 @@
 // answer.
 //
 // reusehanler.cpp holds the associations, reusehanlerport.cpp serial, infrared and CEC, reusehanlervideo.cpp the video
-// settings and properties, reusehanlermv.cpp multiview.
+// settings, reusehanlermaint.cpp properties, audio and maintenance, reusehanlermv.cpp multiview.
 #pragma once
 
 #include <json/value.h>
@@ -49,7 +49,7 @@ class ReuseHanler {  // (sic)
   static bool SendEdidCmd(const std::string& id, const Json::Value& body);
   static bool CheckVideoWallStatus(const std::string& id, const Json::Value& body);
 
-  static std::string LastVWStretchType;  // of the last video wall command; master link's task only
+  static std::string& LastVWStretchType;  // of the last video wall command; master link's task only, never destroyed
 
  private:
   static int count;  // wall checks since the last summary line; worker thread only
@@ -59,6 +59,8 @@ class ReuseHanler {  // (sic)
 enum E_SerialRunMode { e_mode_to_api = 0, e_mode_to_device = 1, e_mode_default = 2 };
 
 extern E_SerialRunMode g_serialmode;  // master link's task only
+
+constexpr unsigned kMacTextRoom = 14;  // the least that GetMyMACID writes an address into
 
 // Writes the hardware address of eth0 to buf as twelve lower-case hexadecimal digits, the empty text when it cannot be
 // read or len is 2 to 13; len 0 and 1 leave buf alone. Returns buf, null for null.
