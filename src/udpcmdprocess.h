@@ -6,6 +6,7 @@
 #include <json/value.h>
 
 #include <array>
+#include <cstddef>
 #include <string>
 
 #include "OSTypes.h"
@@ -84,6 +85,11 @@ class ApiHandler {
   static int GetNetstatAndEdidHandler(Msg_Box* msg);
   static int CheckVideoWallStatus(Msg_Box* msg);
 };
+
+// Finds the row whose first tag the command box of the datagram holds and calls its handler; a row with no tags or no
+// handler is passed over. The low 8 bits of the handler's result; 0, with the reason in the log, when the datagram
+// holds no command. An exception that leaves the handler drops the message.
+int DispatchTlv(const Tlv_Parse_List* rows, size_t rowCount, Msg_Box* msg);
 
 // Whether cmd_core has announced itself. Any thread.
 bool IfCmdCoreOnline();
