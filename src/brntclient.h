@@ -69,7 +69,9 @@ class CBrntClientAgent {
   static const T_SendKind kSendEvReq;
 
   UInt16 Send(const T_SendKind& kind, T_ZpCmd* pCmd, std::string& rsp);
-  UInt16 KeepProcessing(T_ZpCmd* pCmd, SInt32 reqId, std::string& rsp);
+  UInt16 PollAfterPause(T_ZpCmd* pCmd, SInt32 reqId, std::string& rsp);
+  UInt16 StillPollAfterPause(T_ZpCmd* pCmd, SInt32 reqId, std::string& rsp);
+  UInt16 LeaveProcessing(T_ZpCmd* pCmd, SInt32 reqId, std::string& rsp);
 
   OSMutex m_objMutex;
   SInt32 m_s32Status = 0;   // set by Init: 1 once the base URL is known
@@ -79,7 +81,7 @@ class CBrntClientAgent {
   OSMutex m_mutexOfList;
   OSCond m_condOfList;  // reserved for a socket reader, as all below
   std::list<std::string> m_listMsg GUARDED_BY(m_mutexOfList);
-  UInt32 m_u32ReadLenInBuf = 0;
+  [[maybe_unused]] UInt32 m_u32ReadLenInBuf = 0;
   T_DynamicBuf m_objDynamicBuf;
 };
 

@@ -9,7 +9,6 @@
 #include "OSTypes.h"
 #include "brnttypes.h"
 
-class CBrntProxy;
 class OSCond;
 
 // Any thread, but where said. No lock of this class is held while another thread's work is waited for.
@@ -54,8 +53,12 @@ class CBrntCmd {
     std::string rspBody;
   };
 
-  static UInt16 Queue(bool synchronous, T_ZpCmd&& cmd, std::string& rsp);
+  // Fills a command with the next sequence number; false before Init.
+  static bool MakeCmd(const std::string& devId, const std::string& restApi, E_Http_Method method,
+                      const std::string& reqBody, AVP_MSG_E kind, T_ZpCmd* pCmd) EXCLUDES(s_objMutex);
+  static UInt32 NextSeq() EXCLUDES(s_objMutex);
   static UInt16 WaitForAnswer(UInt32 seq, std::string& rsp) EXCLUDES(s_objMutex);
+  // Waits a while; true once the answer is there, which is then forgotten.
   static bool TakeAnswer(UInt32 seq, T_SyncAnswer* pAnswer) EXCLUDES(s_objMutex);
 
   // The objects behind references live until the process is gone: threads outlive main.
@@ -63,7 +66,6 @@ class CBrntCmd {
   static OSMutex& s_objMutex;
   static OSCond& s_condOfList;  // signalled whenever an entry of the map below is settled
   static std::map<UInt32, T_SyncAnswer>& s_mapSeq2CmdRsp GUARDED_BY(s_objMutex);  // one entry per waiting caller
-  static CBrntProxy* s_pBrntProxy;                                                // set by Init, constant afterwards
   static std::atomic<Bool16> s_b16Init;                                           // set once the queue takes commands
   static char m_requestline[100];                                                 // written before s_b16Init is set
 };

@@ -3,7 +3,8 @@
 // A handler is created, used and deleted by the proxy task; the request's answer is in its RspBody and RspStatus.
 #pragma once
 
-#include <memory>
+#include <json/value.h>
+
 #include <string>
 
 #include "OSTypes.h"
@@ -23,17 +24,20 @@ class CZp2BrntCmdHandler : public CBrntCmdHandler {
   // "/api/firmware" for that path and what is below it, else "NoBody".
   static std::string ParseCmdToGetCmdType(const T_ZpCmd& cmd);
 
-  // Does with the answer what its kind asks for. 1 when the answer could be used, else 0.
+  // Does with the answer what its kind asks for; here: logs it. 1 when the answer could be used, else 0.
   virtual Bool16 ProcessCmd(T_ZpCmd& cmd);
 
  protected:
   CZp2BrntCmdHandler(const T_ZpCmd& cmd, CBrntCmdHandler* pBatHandler);
 
   // Logs the answer on one line: at ERROR with the server's reason and message when the request was refused, else at
-  // INFO. 1 unless it was refused.
+  // INFO; nothing when no answer came. 1 unless it was refused or there is none.
   static Bool16 LogReply(const T_ZpCmd& cmd);
 
-  std::string m_strCmd;  // the answer's text
+  // The "devices" array of a reply's result; null, with an ERROR line, when there is none. It lives as long as reply.
+  static const Json::Value* FindDevices(const Json::Value& reply);
+
+  const std::string& m_strCmd;  // the answer's text, in the command that the handler was made for
   CBrntCmdHandler* m_pBatHandler;
   Bool16 m_bNeedPostProcess = 0;
   Bool16 m_bNeedSendJoinMsg2BrntSrv = 0;

@@ -6,6 +6,7 @@
 #include <list>
 #include <map>
 #include <string>
+#include <vector>
 
 #include "OSMutex.h"
 #include "OSTypes.h"
@@ -98,9 +99,10 @@ class CBrntProxy : public ZpIHTask<200> {
   void ProcessSyncCmdInZpCmdList();
   void ProcessEvCmdInCmdList();
 
-  // Take the next one out, false when none waits. TakeCmd folds later device reads into the one it takes.
+  // Take the next one out, false or null when none waits. TakeCmd folds later device reads into the one it takes; their
+  // sequence numbers come back from the fold.
   bool TakeCmd(T_ZpCmd* pCmd) EXCLUDES(m_objListMutex);
-  void MergeDeviceReadsLocked(T_ZpCmd* pCmd) REQUIRES(m_objListMutex);
+  std::vector<UInt32> MergeDeviceReadsLocked(T_ZpCmd* pCmd) REQUIRES(m_objListMutex);
   bool TakeSyncCmd(T_ZpCmd* pCmd) EXCLUDES(m_objListMutex);
   CBrntEventHandler* TakeEvCmd() EXCLUDES(m_objListMutex);
 
@@ -118,7 +120,7 @@ class CBrntProxy : public ZpIHTask<200> {
   ZpIHSecTimeoutTask<200> m_objTimeoutTask;                   // 1000 ms
   std::list<T_ZpCmd> m_listZpCmd GUARDED_BY(m_objListMutex);  // first in, first out, as the two below
   std::list<T_ZpCmd> m_listSyncCmd GUARDED_BY(m_objListMutex);
-  std::list<CBrntEventHandler*> m_listEvCmd GUARDED_BY(m_objListMutex);         // owned
+  std::list<CBrntEventHandler*> m_listEvCmd GUARDED_BY(m_objListMutex);  // each ours from here until it was served
   std::list<CBrntCmdHandler*> m_listBrntCmdOnTimer GUARDED_BY(m_objListMutex);  // filled, never drained
   std::list<CBrntCmdHandler*> m_listBrntCmdSent GUARDED_BY(m_objListMutex);     // unused
   OSMutex m_objListMutex;      // recursive: DoTimeout queues while holding it
@@ -126,8 +128,8 @@ class CBrntProxy : public ZpIHTask<200> {
   std::string m_strLocalIp;    // constant: nothing fills it yet
   std::map<int, CBrntCmdHandler*> m_mapEventID2ReqCmd GUARDED_BY(m_objMapMutex);  // unused
   OSMutex m_objMapMutex;
-  SInt64 m_s64LastReqCmd = 0;
-  SInt64 m_s64SyncFileTime = 0;
+  [[maybe_unused]] SInt64 m_s64LastReqCmd = 0;
+  [[maybe_unused]] SInt64 m_s64SyncFileTime = 0;
   std::map<int, long> m_mapEventID2ReqCmdComplite GUARDED_BY(m_objMapMutex);  // (sic) unused
   std::list<T_ZpCmd> m_listZpCmdRetry
       GUARDED_BY(m_objListMutex);  // unique by u32CmdSeq; no limit on tries (deliberate)
