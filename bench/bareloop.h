@@ -1,0 +1,31 @@
+// The least that any process would have to do for a command: receive the datagram, send one POST on a new libcurl
+// handle, read the answer. No parsing, no queue, no log: what the process itself is measured against.
+//
+// One thread of its own from Start to the destructor.
+#pragma once
+
+#include <atomic>
+#include <cstdint>
+#include <string>
+#include <thread>
+
+class CBareLoop {
+ public:
+  CBareLoop(std::uint16_t port, std::string url, std::string body);
+  ~CBareLoop();
+  CBareLoop(const CBareLoop&) = delete;
+  CBareLoop& operator=(const CBareLoop&) = delete;
+
+  [[nodiscard]] bool Start();
+
+ private:
+  void Run();
+  void Post();
+
+  const std::uint16_t m_u16Port;
+  const std::string m_strUrl;
+  const std::string m_strBody;
+  int m_iSocket = -1;
+  std::atomic<bool> m_bStop{false};
+  std::thread m_thread;
+};
