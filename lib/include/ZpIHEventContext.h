@@ -46,7 +46,9 @@ class ZpIHEventContext {
   int InitNonBlocking(int fd);
 
   // Asks for readiness (1 read, 2 write). The first call registers the descriptor, later ones change the registration.
-  // The watch is edge-triggered: owners read until the descriptor would block before they ask again.
+  // The watch is edge-triggered: an event is told of once, and owners read until the descriptor would block before they
+  // ask again. (The system looks at the descriptor anew at every call, so what an owner left unread is told of once
+  // more.)
   void RequestEvent(int bits);
 
   // Unregisters and closes the descriptor. Afterwards no event reaches the context, and it may be opened anew.
@@ -69,11 +71,13 @@ class ZpIHEventContext {
     if (fAutoCleanup) Cleanup();
   }
 
-  int fFileDesc;
-
- private:
   static constexpr UInt32 kLastUniqueID = 10000000;
 
+  int fFileDesc;
+  std::uintptr_t fUniqueID = 0;                    // 0: none
+  inline static std::atomic<UInt32> sUniqueID{0};  // the number given last; after kLastUniqueID comes 1
+
+ private:
   static UInt32 NextUniqueID() {
     if (zp_compare_and_store(kLastUniqueID, 1, &sUniqueID)) return 1;
     return zp_atomic_add(&sUniqueID, 1);
@@ -83,13 +87,11 @@ class ZpIHEventContext {
 
   eventreq fEventReq;
   OSRef fRef;
-  std::uintptr_t fUniqueID = 0;  // 0: none
   const StrPtrLen fUniqueIDStr{reinterpret_cast<const char*>(&fUniqueID), sizeof fUniqueID};
   ZpIHEventThread<T>* const fEventThread;
   Bool16 fWatchEventCalled = 0;
   Bool16 fAutoCleanup = 1;
   std::atomic<ZpIHTask<T>*> fTask{nullptr};
-  inline static std::atomic<UInt32> sUniqueID{0};
 };
 
 template <int T>
