@@ -9,6 +9,7 @@
 #include <utility>
 
 #include "apiserver.h"
+#include "escape.h"
 #include "httpfront.h"
 #include "propertykey.h"
 #include "samples.h"
@@ -385,7 +386,7 @@ int CAvpSim::ReceiveRs232(const std::string& bytes, const std::string& deviceId)
   const std::string id = m_pImpl->Api().KnownId(deviceId);
   Json::Value entry;
   entry["device_id"] = id;
-  entry["rs232_data"] = EscapeUnprintable(bytes);
+  entry["rs232_data"] = escape::Escape(bytes);
   entry["stream_idx"] = 0;
   Json::Value result;
   result["rs232"].append(entry);

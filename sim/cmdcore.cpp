@@ -11,6 +11,7 @@
 #include <condition_variable>
 #include <mutex>
 #include <thread>
+#include <utility>
 
 #include "simlog.h"
 
@@ -112,6 +113,12 @@ class CCmdCore::C_Impl {
     m_reports.clear();
   }
 
+  std::vector<T_Report> TakeReports(int timeoutMs) {
+    std::unique_lock<std::mutex> lock(m_mutex);
+    m_condReports.wait_for(lock, std::chrono::milliseconds(timeoutMs), [&] { return !m_reports.empty(); });
+    return std::exchange(m_reports, {});
+  }
+
   bool WaitForReports(size_t count, const T_ReportMatcher& matcher, int timeoutMs) const {
     std::unique_lock<std::mutex> lock(m_mutex);
     return m_condReports.wait_for(lock, std::chrono::milliseconds(timeoutMs), [&] {
@@ -188,6 +195,8 @@ std::vector<T_Report> CCmdCore::Reports(int kind) const {
 }
 
 void CCmdCore::ClearReports() { m_pImpl->ClearReports(); }
+
+std::vector<T_Report> CCmdCore::TakeReports(int timeoutMs) { return m_pImpl->TakeReports(timeoutMs); }
 
 std::optional<T_Report> CCmdCore::WaitForReport(const T_ReportMatcher& matcher, int timeoutMs) const {
   if (!m_pImpl->WaitForReports(1, matcher, timeoutMs)) return std::nullopt;

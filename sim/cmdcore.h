@@ -46,6 +46,8 @@ class CCmdCore {
   std::vector<T_Report> Reports() const;  // since the last ClearReports, in order of arrival
   std::vector<T_Report> Reports(int kind) const;
   void ClearReports();
+  // Takes out what has been received, waiting for the first if there is none yet.
+  std::vector<T_Report> TakeReports(int timeoutMs);
   // The first report that matches, or is of the kind (E_Event_Type's number), waiting for it if need be.
   std::optional<T_Report> WaitForReport(const T_ReportMatcher& matcher, int timeoutMs = 5000) const;
   std::optional<T_Report> WaitForReport(int kind, int timeoutMs = 5000) const;

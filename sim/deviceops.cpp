@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <cctype>
 
+#include "escape.h"
 #include "opargs.h"
 #include "propertykey.h"
 #include "simjson.h"
@@ -378,55 +379,13 @@ T_Refusal SetVideo(Json::Value& device, const Json::Value& body, T_OpContext&) {
 // --- data
 // -------------------------------------------------------------------------------------------------------------
 
-int HexDigit(char c) {
-  if (c >= '0' && c <= '9') return c - '0';
-  if (c >= 'a' && c <= 'f') return c - 'a' + 10;
-  if (c >= 'A' && c <= 'F') return c - 'A' + 10;
-  return -1;
-}
-
-// Backslash escapes: \xHH, \t, \r, \n, \\. Nothing when one is incomplete or unknown.
-std::optional<std::string> Unescape(std::string_view text) {
-  std::string out;
-  for (size_t i = 0; i < text.size(); ++i) {
-    if (text[i] != '\\') {
-      out += text[i];
-      continue;
-    }
-    if (++i == text.size()) return std::nullopt;
-    switch (text[i]) {
-      case 't':
-        out += '\t';
-        break;
-      case 'r':
-        out += '\r';
-        break;
-      case 'n':
-        out += '\n';
-        break;
-      case '\\':
-        out += '\\';
-        break;
-      case 'x': {
-        if (text.size() - i < 3 || HexDigit(text[i + 1]) < 0 || HexDigit(text[i + 2]) < 0) return std::nullopt;
-        out += static_cast<char>(HexDigit(text[i + 1]) * 16 + HexDigit(text[i + 2]));
-        i += 2;
-        break;
-      }
-      default:
-        return std::nullopt;
-    }
-  }
-  return out;
-}
-
 T_Refusal SendRs232(Json::Value& device, const Json::Value& body, T_OpContext& context) {
   COpArgs args(body);
   const int port = args.Int("port_index", 0, kHighestIndex);
   const std::string data = args.Text("data_string");
   if (args.Error()) return args.Error();
   if (deviceops::Node(device, "UART", port) == nullptr) return IllegalArgument("No port " + std::to_string(port));
-  const std::optional<std::string> bytes = Unescape(data);
+  const std::optional<std::string> bytes = escape::Unescape(data);
   if (!bytes || bytes->empty()) return IllegalArgument("Bad value for key data_string");
   context.sent.push_back({"rs232", deviceops::DeviceId(device), *bytes});
   return std::nullopt;

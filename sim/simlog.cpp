@@ -4,6 +4,8 @@
 #include <cstdio>
 #include <ctime>
 
+#include "escape.h"
+
 namespace {
 
 std::string WallClock() {
@@ -20,26 +22,10 @@ std::string WallClock() {
 
 }  // namespace
 
-std::string EscapeUnprintable(std::string_view text) {
-  std::string out;
-  out.reserve(text.size());
-  for (const char c : text) {
-    const auto byte = static_cast<unsigned char>(c);
-    if (byte >= 0x20 && byte != 0x7f) {
-      out += c;
-      continue;
-    }
-    char escape[8];
-    std::snprintf(escape, sizeof escape, "\\x%02x", byte);
-    out += escape;
-  }
-  return out;
-}
-
 void CSimLog::Message(std::string_view link, std::string_view direction, std::string_view text) {
   if (!m_sink) return;
   std::string line = WallClock();
-  line.append(" ").append(link).append(" ").append(direction).append(" ").append(EscapeUnprintable(text));
+  line.append(" ").append(link).append(" ").append(direction).append(" ").append(escape::Escape(text));
   const std::lock_guard<std::mutex> guard(m_mutex);
   m_sink(line);
 }

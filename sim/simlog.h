@@ -19,6 +19,3 @@ class CSimLog {
   const T_SimLogSink m_sink;
   std::mutex m_mutex;  // one line at a time
 };
-
-// Printable characters as they are, all others as \xhh with lower-case digits.
-std::string EscapeUnprintable(std::string_view text);
