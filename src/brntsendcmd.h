@@ -16,14 +16,14 @@
 #include "OSTypes.h"
 #include "brnttypes.h"
 
-enum E_HDCP_MODE {
+enum E_HDCP_MODE : SInt32 {
   e_hdcp_mode_none = 0,
   e_hdcp_mode_follow_sink_1 = 1,
   e_hdcp_mode_follow_sink_2 = 2,
   e_hdcp_mode_follow_sourse = 3,  // (sic)
 };
 
-enum E_RS232_DATA_MODE { e_rs232_mode_none = 0, e_rs232_mode_ascii = 1, e_rs232_mode_hex = 2 };
+enum E_RS232_DATA_MODE : SInt32 { e_rs232_mode_none = 0, e_rs232_mode_ascii = 1, e_rs232_mode_hex = 2 };
 
 // One screen's place in a video wall.
 struct Video_Wall_Param {
