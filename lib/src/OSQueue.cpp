@@ -45,11 +45,9 @@ void OSQueue::Remove(OSQueueElem* elem) {
 }
 
 void OSQueue_Blocking::EnQueue(OSQueueElem* elem) {
-  {
-    OSMutexLocker locker(m_mutex);
-    m_queue.EnQueue(elem);
-  }
-  m_cond.Signal();  // outside the lock, so that the woken thread does not run into it
+  OSMutexLocker locker(m_mutex);
+  m_queue.EnQueue(elem);
+  m_cond.Signal();  // under the lock: once it is free, whoever takes the element may destroy the queue
 }
 
 OSQueueElem* OSQueue_Blocking::DeQueue() {

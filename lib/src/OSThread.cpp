@@ -73,9 +73,9 @@ bool OSThread::Start() {
 }
 
 void OSThread::StopAndWaitForThread() {
+  ZP_ASSERT(GetCurrent() != this);
   SendStopRequest();
   if (!m_joinable) return;
-  ZP_ASSERT(pthread_equal(m_thread, pthread_self()) == 0);
   pthread_join(m_thread, nullptr);
   m_joinable = false;
 }

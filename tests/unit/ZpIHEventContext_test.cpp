@@ -267,13 +267,21 @@ TEST_F(EventContext, MayCleanItselfUpWhileItsEventIsDelivered) {
 }
 
 TEST_F(EventContext, MayEndWhileItsEventIsDelivered) {
+  class CMortalEnd : public CEnd {
+   public:
+    explicit CMortalEnd(std::atomic<bool>& gone) : m_gone(gone) {}
+    ~CMortalEnd() override { AutoCleanup(); }
+    void ProcessEvent(int /*bits*/) override {
+      std::atomic<bool>& gone = m_gone;
+      delete this;
+      gone = true;
+    }
+
+   private:
+    std::atomic<bool>& m_gone;
+  };
   std::atomic<bool> gone{false};
-  auto* end = new COwnEnd([&](COwnEnd& self, int) {
-    delete &self;
-    gone = true;
-  });
-  end->RequestEvent(kEventRead);
-  end->Write();
+  (new CMortalEnd(gone))->RequestEvent(kEventWrite);
   ASSERT_TRUE(WaitFor([&] { return gone.load(); }));
   LetEventsBeDelivered();
 }
