@@ -3,6 +3,7 @@
 #include <json/reader.h>
 
 #include <fstream>
+#include <map>
 #include <memory>
 #include <sstream>
 #include <stdexcept>
@@ -64,10 +65,15 @@ Json::Value FromText(const std::string& text) {
 }
 
 Json::Value Sample(const std::string& name) {
-  std::ifstream file(HALYARD_SOURCE_DIR "/sim/samples/" + name + ".json");
-  std::stringstream text;
-  text << file.rdbuf();
-  return FromText(text.str())["result"]["devices"][0];
+  static std::map<std::string, Json::Value> s_samples;  // read once
+  Json::Value& sample = s_samples[name];
+  if (sample.isNull()) {
+    std::ifstream file(HALYARD_SOURCE_DIR "/sim/samples/" + name + ".json");
+    std::stringstream text;
+    text << file.rdbuf();
+    sample = FromText(text.str())["result"]["devices"][0];
+  }
+  return sample;
 }
 
 Json::Value& At(Json::Value& document, const std::string& path) {

@@ -7,7 +7,7 @@
 
 namespace devicedocs {
 
-// The device in sim/samples/<name>.json, for example "device-tx".
+// The device in sim/samples/<name>.json, for example "device-tx". One thread at a time.
 Json::Value Sample(const std::string& name);
 
 // The place that a path such as "nodes[HDMI_DECODER:0].inputs[main:0].configuration.source.value" names; members that
