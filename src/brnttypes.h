@@ -30,7 +30,7 @@ enum E_Status {
 };
 
 // Report kinds of ReportAsyncMsg.
-enum E_Event_Type {
+enum E_Event_Type : SInt32 {
   e_event_video = 0,
   e_event_rs232 = 1,
   e_event_ir = 2,
