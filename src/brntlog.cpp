@@ -37,6 +37,7 @@ void UseConsole() {
   category.setAdditivity(true);
   category.setPriority(log4cpp::Priority::NOTSET);
 
+  std::cout.setf(std::ios::unitbuf);            // each line shows at once, also in a pipe
   auto* layout = new log4cpp::PatternLayout();  // owned by the appender
   layout->setConversionPattern(kLinePattern);
   auto* appender = new log4cpp::OstreamAppender("console", &std::cout);  // owned by the category
