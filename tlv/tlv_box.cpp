@@ -32,7 +32,7 @@ RecordPtr NewRecord(tlv_tag_t tag, const void* value, std::uint32_t length) {
 int AddRecord(tlv_box_t* box, tlv_tag_t tag, const void* value, std::uint32_t length) {
   RecordPtr record = NewRecord(tag, value, length);
   if (key_list_add(box->m_list, static_cast<key_t>(tag), record.get()) != 0) return -1;
-  record.release();  // the list has it now
+  static_cast<void>(record.release());  // the list has it now
   return 0;
 }
 
