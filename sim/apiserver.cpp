@@ -37,6 +37,13 @@ int ParseNumber(const std::string& text) {
   return error == std::errc() && end == text.data() + text.size() ? number : -1;
 }
 
+// The request that a poll asks for; nothing when the path is another one.
+std::optional<int> PolledId(const std::string& target) {
+  const std::vector<std::string> path = SplitPath(target);
+  if (path.size() != 3 || path[0] != "api" || path[1] != "request") return std::nullopt;
+  return ParseNumber(path[2]);
+}
+
 Json::Value IdEntry(const T_Device& device) {
   Json::Value entry;
   entry["device_id"] = device.id;
@@ -125,6 +132,9 @@ void CApiServer::Stop() { m_scheduler.Stop(); }
 
 CApiServer::T_Reply CApiServer::Answer(const T_SimRequest& request, const T_SimAnswer& way) {
   const std::lock_guard<std::mutex> guard(m_mutex);
+  if (const std::optional<int> polled = PolledId(request.path); polled && way.eKind == e_answer_processing) {
+    return {200, simjson::Envelope("PROCESSING", *polled, Json::Value(), std::nullopt)};
+  }
   T_Outcome outcome;
   const bool settledOtherwise = way.eKind == e_answer_processing && way.pSettled != nullptr;
   try {
@@ -264,9 +274,9 @@ CApiServer::T_Outcome CApiServer::DeviceLocked(const T_SimRequest& request, cons
   return Refused<T_Outcome>(UnknownCommand(request.method), 405);
 }
 
-CApiServer::T_Outcome CApiServer::RequestLocked(const T_SimRequest& request, const std::vector<std::string>& path) {
+CApiServer::T_Outcome CApiServer::RequestLocked(const T_SimRequest& request, const std::vector<std::string>&) {
   if (request.method != "GET") return Refused<T_Outcome>(UnknownCommand(request.method), 405);
-  const int id = path.size() == 3 ? ParseNumber(path[2]) : -1;
+  const int id = PolledId(request.path).value_or(-1);
   const CRequestRegistry::T_Poll poll = m_requests.Poll(id);
   if (poll.settledNow) CompleteLocked(id);
   T_Outcome outcome;
