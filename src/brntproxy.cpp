@@ -257,6 +257,11 @@ std::list<T_ZpCmd> CBrntProxy::RetryCmds() {
   return proxy->m_listZpCmdRetry;
 }
 
+std::size_t CBrntProxy::ParkedCmds() {
+  CTimerCmdHandler* timer = s_pTimerCmdHandler;
+  return timer == nullptr ? 0 : timer->ParkedCmds();
+}
+
 bool CBrntProxy::ZpCmdListEmpty() {
   OSMutexLocker lock(m_objListMutex);
   return m_listZpCmd.empty();
@@ -441,4 +446,9 @@ void CTimerCmdHandler::ProcessCmdTimer(CBrntCmdHandler* pHandler) {
     m_listBrntCmdOnTimer.push_back(pHandler);
   }
   Signal(kStartEvent);
+}
+
+std::size_t CTimerCmdHandler::ParkedCmds() {
+  OSMutexLocker lock(m_objListMutex);
+  return m_listBrntCmdOnTimer.size();
 }

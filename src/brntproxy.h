@@ -63,6 +63,8 @@ class CBrntProxy : public ZpIHTask<200> {
   static std::list<T_ZpCmd> QueuedCmds();
   static std::list<T_ZpCmd> QueuedSyncCmds();
   static std::list<T_ZpCmd> RetryCmds();
+  // How many handlers are parked on the timer.
+  static std::size_t ParkedCmds();
   // Empties the queue of asynchronous commands and hands back what was in it.
   static std::list<T_ZpCmd> TakeQueuedCmds();
 
@@ -92,6 +94,10 @@ class CBrntProxy : public ZpIHTask<200> {
   void ClearListReqSent() {}
   void StoreInfo2File() {}
   void ReadInfoFromFile() {}
+
+ protected:
+  // Puts another instance, or none, in place and hands back the one that was there.
+  static CBrntProxy* ReplaceInstance(CBrntProxy* pProxy) { return s_pBrntProxy.exchange(pProxy); }
 
  private:
   // Send what waits, one at a time, until the queue is empty.
@@ -145,6 +151,7 @@ class CTimerCmdHandler : public ZpIHTask<200> {
 
   // Any thread. The handler is not owned.
   void ProcessCmdTimer(CBrntCmdHandler* pHandler);
+  std::size_t ParkedCmds();
 
  private:
   void ProcessCmdInList() {}

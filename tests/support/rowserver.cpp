@@ -98,6 +98,12 @@ void CRowServer::Truncate(std::string body) {
   m_rows.push_back({std::move(body), 200, T_ServerRow::kTruncate});
 }
 
+void CRowServer::Reset() {
+  std::lock_guard<std::mutex> lock(m_mutex);
+  m_rows.clear();
+  m_requests.clear();
+}
+
 std::vector<T_ServerRequest> CRowServer::Requests() const {
   std::lock_guard<std::mutex> lock(m_mutex);
   return m_requests;

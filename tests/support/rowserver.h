@@ -43,6 +43,9 @@ class CRowServer {
   void HangUp();
   void Truncate(std::string body);
 
+  // Forgets rows and requests.
+  void Reset();
+
   // The requests so far, in order; WaitForRequests waits up to 20 s until there are count of them, false if not.
   std::vector<T_ServerRequest> Requests() const;
   std::vector<std::string> Bodies() const;
