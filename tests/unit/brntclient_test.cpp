@@ -45,7 +45,7 @@ class ClientTest : public testing::Test {
     m_cmd.httpmethod = e_method_post;
     m_cmd.ReqBody = kBody;
   }
-  ~ClientTest() override { CBrntClient::UnInit(); }
+  ~ClientTest() override { RestoreClient(); }
 
   void Answers(const std::vector<std::string>& bodies) {
     for (const std::string& body : bodies) m_server.Answer(body);
@@ -449,7 +449,7 @@ const T_RoleRow kRoles[] = {
 class ClientStart : public testing::TestWithParam<T_RoleRow> {
  protected:
   ClientStart() { FacadeServer(); }
-  ~ClientStart() override { CBrntClient::UnInit(); }
+  ~ClientStart() override { RestoreClient(); }
 
   std::vector<AVP_MSG_E> QueuedByInit(const std::string& id, bool upgrade) {
     CHandProxy proxy;

@@ -523,16 +523,19 @@ TEST(NoProxy, TakesNothing) {
 
 TEST(ProxyInstance, IsMadeOnceAndEndsWithItsTask) {
   FacadeServer();  // starts the pool
-  CAbsentProxy absent;
-  T_InitData initData;
-  initData.s_deviceid = "0016c0000031";
-  EXPECT_EQ(CBrntProxy::InitProxy("127.0.0.1", 1, &initData), 1);
-  CBrntProxy::ProcessZpCmd(T_ZpCmd());
-  const std::size_t queued = CBrntProxy::QueuedCmds().size();
-  EXPECT_EQ(CBrntProxy::InitProxy("127.0.0.1", 1, &initData), 1);
-  EXPECT_EQ(CBrntProxy::QueuedCmds().size(), queued);
-  CBrntProxy::UnitProxy();
-  EXPECT_EQ(CBrntProxy::ProcessZpCmd(T_ZpCmd()), 0);
+  {
+    CAbsentProxy absent;
+    T_InitData initData;
+    initData.s_deviceid = "0016c0000031";
+    EXPECT_EQ(CBrntProxy::InitProxy("127.0.0.1", 1, &initData), 1);
+    CBrntProxy::ProcessZpCmd(T_ZpCmd());
+    const std::size_t queued = CBrntProxy::QueuedCmds().size();
+    EXPECT_EQ(CBrntProxy::InitProxy("127.0.0.1", 1, &initData), 1);
+    EXPECT_EQ(CBrntProxy::QueuedCmds().size(), queued);
+    CBrntProxy::UnitProxy();
+    EXPECT_EQ(CBrntProxy::ProcessZpCmd(T_ZpCmd()), 0);
+  }
+  RestoreClient();
 }
 
 // ---- the timer
