@@ -22,6 +22,7 @@ constexpr char kDaemonSocket[] = "/run/avahi-daemon/socket";
 constexpr char kBusConfig[] = "/tmp/mdns-bus.conf";
 constexpr char kDaemonConfig[] = "/tmp/mdns-avahi.conf";
 constexpr int kStartMs = 30'000;
+constexpr int kGoodbyeMs = 1'500;
 
 // The system's own configurations want users that the sandbox does not have.
 constexpr char kBusConfigText[] = R"(<busconfig>
@@ -106,9 +107,17 @@ bool CMdns::Start() {
 
 void CMdns::StopDaemon() { End(&m_daemon); }
 
-void CMdns::Publish(const std::string& name, const std::string& txt) {
-  Withdraw(name);
-  m_mapPublishers[name] = Spawn({"avahi-publish", "--service", name, "_tmp._udp", "9", txt});
+void CMdns::Publish(const std::string& name, const std::string& txt) { Publish(name, std::vector<std::string>{txt}); }
+
+void CMdns::Publish(const std::string& name, const std::vector<std::string>& txts) {
+  if (m_mapPublishers.count(name) != 0) {
+    Withdraw(name);
+    // A withdrawn service is forgotten a second later; announced before that, it counts as one that never went.
+    std::this_thread::sleep_for(std::chrono::milliseconds(kGoodbyeMs));
+  }
+  std::vector<std::string> words = {"avahi-publish", "--service", name, "_tmp._udp", "9"};
+  words.insert(words.end(), txts.begin(), txts.end());
+  m_mapPublishers[name] = Spawn(words);
 }
 
 void CMdns::PublishAvp(const std::string& deviceId, const std::string& ip) {

@@ -7,6 +7,7 @@
 
 #include <map>
 #include <string>
+#include <vector>
 
 class CMdns {
  public:
@@ -19,8 +20,10 @@ class CMdns {
   [[nodiscard]] bool Start();
   void StopDaemon();  // avahi-daemon alone
 
-  // Announces a service of type "_tmp._udp" under this name with one TXT string, instead of an earlier one of the name.
+  // Announces a service of type "_tmp._udp" under this name with one TXT string or several, instead of an earlier one
+  // of the name.
   void Publish(const std::string& name, const std::string& txt);
+  void Publish(const std::string& name, const std::vector<std::string>& txts);
   // The announcement of an AV processor.
   void PublishAvp(const std::string& deviceId, const std::string& ip);
   void Withdraw(const std::string& name);
