@@ -1,5 +1,7 @@
 #include "mdns.h"
 
+#include <avahi-client/client.h>
+#include <avahi-common/simple-watch.h>
 #include <fcntl.h>
 #include <signal.h>
 #include <spawn.h>
@@ -10,6 +12,7 @@
 #include <chrono>
 #include <cstdlib>
 #include <fstream>
+#include <memory>
 #include <thread>
 #include <vector>
 
@@ -83,6 +86,23 @@ bool WaitForSocket(const char* path) {
   return true;
 }
 
+// The daemon takes clients a little later than it opens its socket.
+bool WaitForDaemon() {
+  const std::unique_ptr<AvahiSimplePoll, void (*)(AvahiSimplePoll*)> poll(avahi_simple_poll_new(),
+                                                                          avahi_simple_poll_free);
+  const auto end = std::chrono::steady_clock::now() + std::chrono::milliseconds(kStartMs);
+  while (std::chrono::steady_clock::now() < end) {
+    AvahiClient* client = avahi_client_new(
+        avahi_simple_poll_get(poll.get()), static_cast<AvahiClientFlags>(0),
+        [](AvahiClient*, AvahiClientState, void*) {}, nullptr, nullptr);
+    const bool running = client != nullptr && avahi_client_get_state(client) == AVAHI_CLIENT_S_RUNNING;
+    if (client != nullptr) avahi_client_free(client);
+    if (running) return true;
+    std::this_thread::sleep_for(std::chrono::milliseconds(20));
+  }
+  return false;
+}
+
 }  // namespace
 
 CMdns::~CMdns() {
@@ -102,7 +122,7 @@ bool CMdns::Start() {
   m_bus = Spawn({"dbus-daemon", std::string("--config-file=") + kBusConfig, "--nofork", "--nopidfile"});
   if (m_bus < 0 || !WaitForSocket(kBusSocket)) return false;
   m_daemon = Spawn({"avahi-daemon", "--file", kDaemonConfig, "--no-drop-root", "--no-chroot", "--no-rlimits"});
-  return m_daemon > 0 && WaitForSocket(kDaemonSocket);
+  return m_daemon > 0 && WaitForSocket(kDaemonSocket) && WaitForDaemon();
 }
 
 void CMdns::StopDaemon() { End(&m_daemon); }

@@ -151,14 +151,13 @@ class Discovery : public testing::Test {
   // The file's contents once the text is in it, or the time is over.
   static std::string WaitFor(const std::string& path, const std::string& text) {
     const auto end = std::chrono::steady_clock::now() + std::chrono::seconds(20);
-    std::string contents;
-    while (contents.find(text) == std::string::npos && std::chrono::steady_clock::now() < end) {
+    while (true) {
+      std::stringstream contents;
+      contents << std::ifstream(path).rdbuf();
+      const bool over = std::chrono::steady_clock::now() >= end;
+      if (contents.str().find(text) != std::string::npos || over) return contents.str();
       std::this_thread::sleep_for(std::chrono::milliseconds(5));
-      std::stringstream stream;
-      stream << std::ifstream(path).rdbuf();
-      contents = stream.str();
     }
-    return contents;
   }
 
   static void LeaveNoMemory() {
@@ -213,6 +212,9 @@ class MdnsDiscovery : public Discovery {
     std::fflush(stdout);
     dup2(m_stdout, STDOUT_FILENO);
     dup2(m_stderr, STDERR_FILENO);
+    close(m_stdout);
+    close(m_stderr);
+    if (HasFailure()) std::printf("%s\n", WaitFor(m_path, "").c_str());  // with what the test itself had to say
   }
 
   void Start() {
