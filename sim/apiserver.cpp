@@ -99,14 +99,18 @@ Json::Value EdidEntry(const T_Device& device) {
   return entry;
 }
 
-// A final answer of a request carries the request's id; what is no envelope goes as it is.
+// A final answer of a request carries the request's id; what is no sound envelope goes as it is.
 std::string WithRequestId(const std::string& body, int id) {
   const std::optional<Json::Value> envelope = simjson::Parse(body);
   if (!envelope || !envelope->isObject() || !envelope->isMember("request_id")) return body;
-  const Json::Value& error = (*envelope)["error"];
+  const Json::Value& status = simjson::Member(*envelope, "status");
+  const Json::Value& error = simjson::Member(*envelope, "error");
+  const Json::Value& reason = simjson::Member(error, "reason");
+  const Json::Value& message = simjson::Member(error, "message");
+  if (!status.isString() || !(error.isNull() || (reason.isString() && message.isString()))) return body;
   std::optional<T_SimError> carried;
-  if (error.isObject()) carried = T_SimError{error["reason"].asString(), error["message"].asString()};
-  return simjson::Envelope((*envelope)["status"].asString(), id, (*envelope)["result"], carried);
+  if (error.isObject()) carried = T_SimError{reason.asString(), message.asString()};
+  return simjson::Envelope(status.asString(), id, simjson::Member(*envelope, "result"), carried);
 }
 
 std::string Success(int id, const Json::Value& result) {
