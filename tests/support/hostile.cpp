@@ -109,18 +109,9 @@ void AddWithoutMember(const Json::Value& root, Json::Value& at, const std::strin
 
 std::string Edid() { return "00ffffffffffff00" + Repeat("5a", 248); }
 
-std::string VideoCommand(const std::string& displayMode) {
-  return R"({"input":{"hdmiIn":{"hdmiInEDID":")" + Edid() +
-         R"(","hdcpCapability":"HDCP 2.x"},"streamSubscription":{"avpDeviceId":"0016c04e21e7","streamIndex":1,)"
-         R"("enableAudio":true}},"output":{"hdmiOut":{"hdcpMethod":"Follow Sink","displayMode":")" +
-         displayMode +
-         R"(","singleLayout":{"scaler":"1920x1080p@60","videoWall":false,"wallMode":"genlock"},"videoWallLayout":)"
-         R"({"scaler":"3840x2160p@30","maxRow":2,"maxColumn":2,"posRow":0,"posColumn":1,"stretchType":"Fit",)"
-         R"("bezelHoriz":10,"bezelVert":10,"wallMode":"auto"},"multiviewLayout":{"layout":"quad","scaler":)"
-         R"("1920x1080p@60","windows":[{"index":0,"horizontalPosition":0,"verticalPosition":0,"width":960,)"
-         R"("height":540}],"sources":[{"sourceDevice":"0016c04e21e7","subscriptionIndex":0}]}},"streamOut":{"streams":)"
-         R"({"avpStream0":{"enable":true,"halfFrameRate":true,"enableAudio":true},"avpStream1":{"enable":true,)"
-         R"("height":720,"width":1280,"halfRefreshRate":true}}}}})";
+// The "hdmiOut" section of the video settings: this display mode with its layout.
+std::string VideoOutput(const std::string& displayMode, const std::string& layout) {
+  return R"({"output":{"hdmiOut":{"hdcpMethod":"Follow Sink","displayMode":")" + displayMode + "\"," + layout + "}}}";
 }
 
 std::uint32_t TagOf(const std::string& name) {
@@ -250,9 +241,25 @@ std::vector<T_Row> FullCommands() {
       {"set-associations-ir", association},
       {"set-associations-usb-hid", association},
       {"set-usb-hid", association},
-      {"set-video", VideoCommand("single")},
-      {"set-video", VideoCommand("videoWall")},
-      {"set-video", VideoCommand("multiview")},
+      {"set-video", R"({"input":{"hdmiIn":{"hdmiInEDID":")" + Edid() + R"(","hdcpCapability":"HDCP 2.x"}}})"},
+      {"set-video",
+       R"({"input":{"streamSubscription":{"avpDeviceId":"0016c04e21e7","streamIndex":1,"enableAudio":true}}})"},
+      {"set-video",
+       VideoOutput("single", R"("singleLayout":{"scaler":"1920x1080p@60","videoWall":false,"wallMode":"genlock"})")},
+      {"set-video",
+       VideoOutput("videoWall",
+                   R"("videoWallLayout":{"scaler":"3840x2160p@30","maxRow":2,"maxColumn":2,"posRow":0,"posColumn":1,)"
+                   R"("stretchType":"Fit","bezelHoriz":10,"bezelVert":10,"wallMode":"auto"})")},
+      {"set-video",
+       VideoOutput(
+           "multiview",
+           R"("multiviewLayout":{"layout":"quad","scaler":"1920x1080p@60","width":1920,"height":1080,"windows":)"
+           R"([{"index":0,"horizontalPosition":0,"verticalPosition":0,"width":960,"height":540,)"
+           R"("horizontalOffset":0,"verticalOffset":0,"targetSurface":0}],"sources":[{"streamType":"HDMI",)"
+           R"("sourceDevice":"0016c04e21e7","streamIndex":1,"subscriptionIndex":0}]})")},
+      {"set-video",
+       R"({"output":{"streamOut":{"streams":{"avpStream0":{"enable":true,"halfFrameRate":true,"enableAudio":true},)"
+       R"("avpStream1":{"enable":true,"height":720,"width":1280,"halfRefreshRate":true}}}}})"},
       {"set-hdmi-out-audio-src", R"({"hdmi_out_audio_src":"hdmi-audio","hdmi_out_audio_sampling_frequency":48000,)"
                                  R"("hdmi_out_audio_number_of_channels":2,"hdmi_out_audio_channel_allocation":0,)"
                                  R"("hdmi_out_audio_audio_encoding_type":"LPCM"})"},
