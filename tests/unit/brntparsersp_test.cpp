@@ -5,14 +5,13 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include <fstream>
-#include <sstream>
 #include <string>
 
 #include "brntdevice.h"
 #include "brntjson.h"
 #include "fakeplatform.h"
 #include "logcapture.h"
+#include "testfiles.h"
 
 namespace {
 
@@ -26,17 +25,6 @@ Json::Value JsonOf(const std::string& text) {
   EXPECT_TRUE(brntjson::Parse(text, value)) << text;
   return value;
 }
-
-std::string FileText(const std::string& path) {
-  std::ifstream file(path, std::ios::binary);
-  std::stringstream text;
-  text << file.rdbuf();
-  return text.str();
-}
-
-bool Exists(const std::string& path) { return access(path.c_str(), F_OK) == 0; }
-
-void WriteFile(const std::string& path, const std::string& text) { std::ofstream(path, std::ios::binary) << text; }
 
 // ---- the envelope
 
