@@ -126,7 +126,11 @@ void Append(const Json::Value& value, std::string& out) {
 namespace simjson {
 
 std::optional<Json::Value> Parse(std::string_view text) {
-  static const Json::CharReaderBuilder builder;
+  static const Json::CharReaderBuilder builder = [] {
+    Json::CharReaderBuilder strict;
+    strict["failIfExtra"] = true;
+    return strict;
+  }();
   const std::unique_ptr<Json::CharReader> reader(builder.newCharReader());
   Json::Value value;
   try {

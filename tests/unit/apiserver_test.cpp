@@ -29,7 +29,9 @@ TEST(ApiEnvelope, HasAllFourMembersInOrder) {
 }
 
 TEST(ApiEnvelope, CountsRequestIdsUp) {
-  CApiBench bench;
+  T_AvpSimOptions options = CApiBench::Options("RX");
+  options.autoEvents = false;
+  CApiBench bench(options);
   EXPECT_EQ(bench.Post(kSubscribe)["request_id"], 1);
   EXPECT_EQ(bench.Post(R"({"op":"get","subset":"device"})")["request_id"], 2);
 }
