@@ -63,6 +63,11 @@ void RemoveMark() {
 
 void WriteAsStream() { std::ofstream(std::string(kFolder) + "/stream") << "text"; }
 
+void WriteAsCFile() {
+  std::FILE* file = std::fopen(kFile, "w");
+  Check(file != nullptr && std::fwrite("text", 1, 4, file) == 4 && std::fclose(file) == 0, "C file");
+}
+
 void RunCommand() {
   char shell[] = "sh";
   char option[] = "-c";
@@ -150,8 +155,15 @@ struct T_Scene {
 };
 
 constexpr T_Scene kScenes[] = {
-    {"mark", MakeMark},      {"sync-mark", MakeMarkSynchronously}, {"unmark", RemoveMark}, {"stream", WriteAsStream},
-    {"command", RunCommand}, {"leave", LeaveCommandRunning},       {"peer", TalkToPeer},   {"sleep", Sleep},
+    {"mark", MakeMark},
+    {"sync-mark", MakeMarkSynchronously},
+    {"unmark", RemoveMark},
+    {"stream", WriteAsStream},
+    {"c-file", WriteAsCFile},
+    {"command", RunCommand},
+    {"leave", LeaveCommandRunning},
+    {"peer", TalkToPeer},
+    {"sleep", Sleep},
 };
 
 }  // namespace

@@ -75,6 +75,12 @@ TEST_F(PowerlossShim, CallsOfAStreamAreCounted) {
               ElementsAre("fopen /tmp/probe/stream", "write /tmp/probe/stream", "fclose /tmp/probe/stream"));
 }
 
+TEST_F(PowerlossShim, CallsOfACFileAreCountedAndWriteAtOnce) {
+  EXPECT_THAT(JournalCalls(PlayAndKill("c-file", 2, e_kill_after).journal),
+              ElementsAre("fopen /tmp/probe/mark", "fwrite /tmp/probe/mark"));
+  EXPECT_EQ(Mark(), "text");
+}
+
 TEST_F(PowerlossShim, CallsToAPeerAreCounted) {
   EXPECT_THAT(JournalCalls(Play("peer").journal), ElementsAre("socket peer", "bind peer", "socket peer", "connect peer",
                                                               "send peer hello..", "close peer", "close peer"));
