@@ -49,7 +49,7 @@ class CBrntCmdNotifyHandler {
   void JudgeConnectionEvents();
 
   std::list<T_BrntEvent> m_listBrntEvents;  // in the order of the notification
-  Bool16 m_b16SettingChanged = 0;
+  [[maybe_unused]] Bool16 m_b16SettingChanged = 0;
 
   static std::list<T_BrntEventInfo> s_listBrntEventsInfo;  // empty, or the pending disconnect
   static Bool16 s_b16HandleDisconEvent;                    // the last connection event was a disconnect

@@ -12,7 +12,7 @@
 #include "brntlog.h"
 
 // Present only in builds with the leak checker.
-extern "C" int __lsan_do_recoverable_leak_check() __attribute__((weak));
+extern "C" int __lsan_do_recoverable_leak_check() __attribute__((weak));  // NOLINT(bugprone-reserved-identifier)
 
 namespace {
 

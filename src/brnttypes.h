@@ -82,7 +82,7 @@ enum E_Event_Type : SInt32 {
   X(AVP_MSG_SET_PROPERTY_REMOVE_AUDIO, 36) \
   X(AVP_MSG_GET_PROPERTY_REMOVE_AUDIO, 37)
 
-#define AVP_MSG_ENUMERATOR(name, value) name = value,
+#define AVP_MSG_ENUMERATOR(name, value) name = (value),
 enum AVP_MSG_E { AVP_MSG_LIST(AVP_MSG_ENUMERATOR) };
 #undef AVP_MSG_ENUMERATOR
 
