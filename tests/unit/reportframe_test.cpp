@@ -26,9 +26,9 @@ TEST(ReportFrame, DecodesAReportToTheByte) {
   EXPECT_EQ(report.raw.size(), 24u);
 }
 
-class ReportKind : public testing::TestWithParam<T_ReportTag> {};
+class ReportFrameKind : public testing::TestWithParam<T_ReportTag> {};
 
-TEST_P(ReportKind, IsKnownByItsTag) {
+TEST_P(ReportFrameKind, IsKnownByItsTag) {
   const std::string text = "avp alive\0"s;
   const T_Report report =
       reportframe::Decode(reportframe::EncodeRecord(3, reportframe::EncodeRecord(GetParam().tag, text)));
@@ -38,7 +38,7 @@ TEST_P(ReportKind, IsKnownByItsTag) {
   EXPECT_TRUE(report.json.isNull());
 }
 
-INSTANTIATE_TEST_SUITE_P(Table, ReportKind, testing::ValuesIn(kReportTags),
+INSTANTIATE_TEST_SUITE_P(Table, ReportFrameKind, testing::ValuesIn(kReportTags),
                          [](const auto& row) { return std::string(row.param.name); });
 
 struct T_Row {
