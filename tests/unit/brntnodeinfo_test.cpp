@@ -245,7 +245,7 @@ INSTANTIATE_TEST_SUITE_P(
         T_ResolutionRow{"RateMissing", R"({"width":1280,"height":720})", std::nullopt}),
     [](const auto& row) { return std::string(row.param.name); });
 
-TEST(Resolution, TakesTheScanModeOfThisDocumentOnly) {
+TEST(ResolutionText, TakesTheScanModeOfThisDocumentOnly) {
   CHDMITiming timing;
   T_HdmiFacts facts;
   timing.ParseJsonInfo(FromText(R"({"width":1920,"height":1080,"frames_per_second":50,"scan_mode":"INTERLACED"})"),
