@@ -69,9 +69,9 @@ struct T_KindRow {
   const char* line;
 };
 
-class ReportKind : public ReportSocket, public testing::WithParamInterface<T_KindRow> {};
+class KindOfReport : public ReportSocket, public testing::WithParamInterface<T_KindRow> {};
 
-TEST_P(ReportKind, HasItsTagAndItsLogLine) {
+TEST_P(KindOfReport, HasItsTagAndItsLogLine) {
   ReportAsyncMsg(GetParam().kind, "ab");
   EXPECT_EQ(Receive(), "\x03\0\0\0\x0b\0\0\0"s + GetParam().tag + "\x03\0\0\0ab\0"s);
   EXPECT_EQ(m_log.Texts(), (std::vector<std::string>{GetParam().line}));
@@ -79,7 +79,7 @@ TEST_P(ReportKind, HasItsTagAndItsLogLine) {
 }
 
 INSTANTIATE_TEST_SUITE_P(
-    Rows, ReportKind,
+    Rows, KindOfReport,
     testing::Values(
         T_KindRow{"Video", e_event_video, "\x03\x05\x01\0"s, "Send Msg To cmd_core : [video type] -- [ab]"},
         T_KindRow{"Rs232", e_event_rs232, "\x03\x05\x02\0"s, "Send Msg To cmd_core : [rs232 type] -- [ab]"},
