@@ -3,8 +3,10 @@
 #include <arpa/inet.h>
 #include <curl/curl.h>
 #include <netinet/in.h>
+#include <pthread.h>
 #include <sys/socket.h>
 #include <sys/time.h>
+#include <time.h>
 #include <unistd.h>
 
 #include <utility>
@@ -41,6 +43,13 @@ bool CBareLoop::Start() {
   if (bind(m_iSocket, reinterpret_cast<sockaddr*>(&address), sizeof address) != 0) return false;
   m_thread = std::thread([this] { Run(); });
   return true;
+}
+
+double CBareLoop::CpuUs() {
+  clockid_t clock{};
+  timespec used{};
+  if (pthread_getcpuclockid(m_thread.native_handle(), &clock) != 0 || clock_gettime(clock, &used) != 0) return 0;
+  return static_cast<double>(used.tv_sec) * 1e6 + static_cast<double>(used.tv_nsec) / 1e3;
 }
 
 void CBareLoop::Run() {

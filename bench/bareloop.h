@@ -18,6 +18,9 @@ class CBareLoop {
 
   [[nodiscard]] bool Start();
 
+  // Processor time that its thread has used so far, user and system.
+  double CpuUs();
+
  private:
   void Run();
   void Post();

@@ -1,9 +1,13 @@
 // How long a command takes through the whole process, and how many a second it carries, beside a bare loop that does
 // only what cannot be left out (bareloop.h). Both get the same datagrams and send to the same server, in turns.
 //
-//   halyard_bench_command_path [--quick]
+//   halyard_bench_command_path [--quick] [--latency N] [--sustained N] [--growth N] [--idle SECONDS]
 //
-//   --quick   a tenth of the commands; for trying the benchmark itself
+//   --quick       a tenth of everything; for trying the benchmark itself
+//   --latency     commands sent one at a time (5000)
+//   --sustained   commands sent as fast as they are carried (20000)
+//   --growth      commands after which the memory is looked at again (100000)
+//   --idle        how long the idle process is watched (10)
 //
 // Prints a table with the targets; exit status 0 unless something could not be measured. Runs itself in the sandbox.
 #include <arpa/inet.h>
@@ -212,14 +216,18 @@ class CCommandPath {
   }
 
   bool MeasureRate() {
+    const double bareCpuBefore = m_bare.CpuUs();
     for (int turn = 0; turn < kTurns; ++turn) {
       for (auto [port, pSeconds] : {std::pair{kHalyardPort, &m_halyardSeconds}, std::pair{kBarePort, &m_bareSeconds}}) {
+        const long cpuBefore = m_halyard.CpuMs().value_or(0);
         const auto seconds = Carry(port, m_plan.sustained / kTurns);
         if (!seconds) return false;
         *pSeconds += *seconds;
+        if (port == kHalyardPort) m_halyardCpuMs += m_halyard.CpuMs().value_or(0) - cpuBefore;
         std::this_thread::sleep_for(milliseconds(50));
       }
     }
+    m_bareCpuUs = m_bare.CpuUs() - bareCpuBefore;
     return true;
   }
 
@@ -237,6 +245,10 @@ class CCommandPath {
                 m_halyardTimes.Percentile(0.99) / m_bareTimes.Percentile(0.99));
     std::printf("%-44s %10.0f %10.0f %7.2f  at least %.2f: %s\n", "commands a second", rate, bareRate, rate / bareRate,
                 kRateTarget, rate >= kRateTarget * bareRate ? "met" : "MISSED");
+    const double commands = static_cast<double>(m_plan.sustained);
+    std::printf("%-44s %10.1f %10.1f %7.2f\n", "processor time for each of them (us)",
+                1000.0 * static_cast<double>(m_halyardCpuMs) / commands, m_bareCpuUs / commands,
+                1000.0 * static_cast<double>(m_halyardCpuMs) / m_bareCpuUs);
     std::printf("%-44s %10ld %28s%ld: %s\n", "resident memory after it all (KiB)", residentAfter, "below ",
                 kResidentTargetKiB, residentAfter < kResidentTargetKiB ? "met" : "MISSED");
     std::printf("%-44s %10ld %10s before, %ld after %llu commands\n", "resident memory on the way (KiB)",
@@ -255,21 +267,49 @@ class CCommandPath {
   T_Times m_bareTimes;
   double m_halyardSeconds = 0;
   double m_bareSeconds = 0;
+  long m_halyardCpuMs = 0;  // during the sustained runs
+  double m_bareCpuUs = 0;
   double m_idlePercent = 0;
 };
+
+// False when the arguments are not understood.
+bool ReadPlan(int argc, char** argv, T_Plan* pPlan) {
+  for (int i = 1; i < argc; ++i) {
+    const std::string option = argv[i];
+    if (option == "--quick") {
+      *pPlan = {500, 2'000, 10'000, 1};
+      continue;
+    }
+    if (i + 1 == argc) return false;
+    char* end = nullptr;
+    const std::uint64_t value = std::strtoull(argv[++i], &end, 10);
+    if (*end != '\0') return false;
+    if (option == "--latency") {
+      pPlan->latency = value;
+    } else if (option == "--sustained") {
+      pPlan->sustained = value;
+    } else if (option == "--growth") {
+      pPlan->growth = value;
+    } else if (option == "--idle") {
+      pPlan->idleSeconds = static_cast<int>(value);
+    } else {
+      return false;
+    }
+  }
+  return true;
+}
 
 }  // namespace
 
 int main(int argc, char** argv) {
   T_Plan plan;
-  for (int i = 1; i < argc; ++i) {
-    if (std::strcmp(argv[i], "--quick") == 0) {
-      plan = {500, 2'000, 10'000, 2};
-    } else {
-      std::printf("%s [--quick]: times the command path beside a bare loop; --quick: a tenth of the commands\n",
-                  argv[0]);
-      return std::strcmp(argv[i], "--help") == 0 ? 0 : 2;
-    }
+  if (!ReadPlan(argc, argv, &plan)) {
+    const bool asked = argc == 2 && std::strcmp(argv[1], "--help") == 0;
+    std::fprintf(asked ? stdout : stderr,
+                 "%s [--quick] [--latency N] [--sustained N] [--growth N] [--idle SECONDS]\n"
+                 "Times the path of a command through the process, beside a bare loop.\n",
+                 argv[0]);
+    return asked ? 0 : 2;
   }
   if (!InSandbox()) return EnterSandbox(argc, argv);
   curl_global_init(CURL_GLOBAL_DEFAULT);
