@@ -16,7 +16,8 @@
 
 namespace {
 
-constexpr SInt32 kNumberMax = 31;  // of a window or a subscription; the API server has 32 of each
+constexpr SInt32 kNumberMax = 31;   // of a window or a subscription; the API server has 32 of each
+constexpr size_t kIdLengthMin = 5;  // a shorter device id makes no address
 constexpr SInt32 kFullStream = 0;
 constexpr SInt32 kScaledStream = 1;
 
@@ -131,9 +132,9 @@ bool ReadWindows(const Json::Value& multiview, T_MVCommand* pCommand) {
 
 bool ReadSourceAddress(const T_Place& place, SInt32 stream, T_MVSource* pSource) {
   if (pSource->strDevice.empty() || IsNoSourceName(pSource->strDevice)) return true;
+  if (pSource->strDevice.size() < kIdLengthMin) return Refuse("sourceDevice", place, kIsOutOfRange);
   const int kind = stream == kFullStream ? kAddressOfVideo0 : kAddressOfVideo1;
-  return CBrntDevice::GetMultyAddressFromStr(pSource->strDevice, pSource->strAddress, kind) ||
-         Refuse("sourceDevice", place, "has no address");
+  return CBrntDevice::GetMultyAddressFromStr(pSource->strDevice, pSource->strAddress, kind);
 }
 
 bool ReadSource(const Json::Value& json, unsigned index, T_MVSource* pSource) {

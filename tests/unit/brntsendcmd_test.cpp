@@ -387,9 +387,9 @@ struct T_RefusalRow {
   std::string line;
 };
 
-class Refusal : public testing::TestWithParam<T_RefusalRow> {};
+class BuilderRefusal : public testing::TestWithParam<T_RefusalRow> {};
 
-TEST_P(Refusal, QueuesNothingAndSaysWhy) {
+TEST_P(BuilderRefusal, QueuesNothingAndSaysWhy) {
   CRequestCapture requests;
   const CLogCapture log;
   EXPECT_EQ(GetParam().call(), 0);
@@ -399,7 +399,7 @@ TEST_P(Refusal, QueuesNothingAndSaysWhy) {
 }
 
 INSTANTIATE_TEST_SUITE_P(
-    Rows, Refusal,
+    Rows, BuilderRefusal,
     testing::Values(
         T_RefusalRow{"EdidOf510Digits", [] { return Send::SendSetTxEdidCmd(kId, Edid().substr(2)); }, 300,
                      "EDID data length error!!!"},
