@@ -144,7 +144,7 @@ class C_DrivenLink : public TcpForAvp {
   }
 };
 
-class TciLink : public testing::Test {
+class TcpForAvpLink : public testing::Test {
  protected:
   static constexpr UInt32 kStart = TcpForAvp::kStartEvent;
   static constexpr UInt32 kRead = TcpForAvp::kReadEvent;
@@ -197,19 +197,19 @@ class TciLink : public testing::Test {
   std::unique_ptr<C_DrivenLink> m_link;
 };
 
-TEST_F(TciLink, SaysWhereItConnectsTo) {
+TEST_F(TcpForAvpLink, SaysWhereItConnectsTo) {
   MakeTowards("127.0.0.1", 6970);
   EXPECT_EQ(m_log.PriorityOf("TcpForAvp Init ServerIP<127.0.0.1:6970>  AvpMac<0016c04e21e7>"), 600);
   EXPECT_EQ(m_link->Status(), TcpForAvp::E_Status_Init);
   EXPECT_EQ(m_link->Pending(), kStart);
 }
 
-TEST_F(TciLink, TakesAMacOfAnyLength) {
+TEST_F(TcpForAvpLink, TakesAMacOfAnyLength) {
   m_link = std::make_unique<C_DrivenLink>(e_RX);
   EXPECT_EQ(m_link->Init("127.0.0.1", 6970, std::string(500, 'a').c_str()), 1);
 }
 
-TEST_F(TciLink, WaitsWhileCmdCoreIsNotOnline) {
+TEST_F(TcpForAvpLink, WaitsWhileCmdCoreIsNotOnline) {
   SetCmdCoreOnline(false);
   Make();
   EXPECT_EQ(m_link->Run(kStart), 300);
@@ -222,19 +222,19 @@ TEST_F(TciLink, WaitsWhileCmdCoreIsNotOnline) {
   EXPECT_NE(m_server.Accept(), nullptr);
 }
 
-TEST_F(TciLink, EndsOnKillBeforeAnythingElse) {
+TEST_F(TcpForAvpLink, EndsOnKillBeforeAnythingElse) {
   Make();
   EXPECT_EQ(m_link->Run(TcpForAvp::kKillEvent | kStart), -1);
   EXPECT_TRUE(m_server.NobodyConnects());
 }
 
-TEST_F(TciLink, UnitAsksForTheEnd) {
+TEST_F(TcpForAvpLink, UnitAsksForTheEnd) {
   Make();
   m_link->Unit();
   EXPECT_EQ(m_link->Run(0), -1);
 }
 
-TEST_F(TciLink, SendsOneSetUpCommandPerRunAndIsThenConnected) {
+TEST_F(TcpForAvpLink, SendsOneSetUpCommandPerRunAndIsThenConnected) {
   Make();
   EXPECT_EQ(m_link->Run(kStart), 0);
   EXPECT_EQ(m_link->Status(), TcpForAvp::E_Status_Connecting);
@@ -260,9 +260,9 @@ struct T_SetUpRow {
   bool removesAudio;
 };
 
-class SetUpCommands : public TciLink, public testing::WithParamInterface<T_SetUpRow> {};
+class LinkSetUp : public TcpForAvpLink, public testing::WithParamInterface<T_SetUpRow> {};
 
-TEST_P(SetUpCommands, DependOnTheRole) {
+TEST_P(LinkSetUp, DependOnTheRole) {
   Make(GetParam().mode);
   m_link->Run(kStart);
   m_peer = m_server.Accept();
@@ -276,12 +276,12 @@ TEST_P(SetUpCommands, DependOnTheRole) {
   EXPECT_EQ(m_log.Count("send to tci server"), expected.size());
 }
 
-INSTANTIATE_TEST_SUITE_P(Rows, SetUpCommands,
+INSTANTIATE_TEST_SUITE_P(Rows, LinkSetUp,
                          testing::Values(T_SetUpRow{"Unknown", e_unknow, false}, T_SetUpRow{"TX", e_TX, true},
                                          T_SetUpRow{"RX", e_RX, false}, T_SetUpRow{"TRX", e_TRX, true}),
                          [](const auto& row) { return std::string(row.param.name); });
 
-TEST_F(TciLink, IsInitialisedOnceTheFirstCommandHasBeenTriedAndForGood) {
+TEST_F(TcpForAvpLink, IsInitialisedOnceTheFirstCommandHasBeenTriedAndForGood) {
   Make();
   m_link->Run(kStart);
   EXPECT_FALSE(m_link->IsTciInit());
@@ -294,7 +294,7 @@ TEST_F(TciLink, IsInitialisedOnceTheFirstCommandHasBeenTriedAndForGood) {
 }
 
 // A listener with a full queue answers no further connection; this one's stays under way.
-TEST_F(TciLink, ACommandBeforeTheConnectionIsThereIsKeptAndTriedAgain) {
+TEST_F(TcpForAvpLink, ACommandBeforeTheConnectionIsThereIsKeptAndTriedAgain) {
   const CServer full(0);
   std::list<int> queued;
   for (int i = 0; i < 3; ++i) {
@@ -323,21 +323,21 @@ TEST_F(TciLink, ACommandBeforeTheConnectionIsThereIsKeptAndTriedAgain) {
   for (const std::string& line : kCommonSetUp) EXPECT_EQ(peers.back()->ReadLine(), line);
 }
 
-TEST_F(TciLink, HandlesEachNotificationLine) {
+TEST_F(TcpForAvpLink, HandlesEachNotificationLine) {
   Connect();
   m_peer->Write(Notification(1) + "\r\n" + Notification(2) + "\r\n");
   RunUntilLogged(Handled(2));
   EXPECT_EQ(m_log.Count(Handled(1)), 1u);
 }
 
-TEST_F(TciLink, LogsWhatItReads) {
+TEST_F(TcpForAvpLink, LogsWhatItReads) {
   Connect();
   m_peer->Write("{}\r\n");
   RunUntilLogged("read avp tci msg [4-{}\r\n] ");
   EXPECT_EQ(m_log.PriorityOf("read avp tci msg"), 600);
 }
 
-TEST_F(TciLink, IgnoresAnswersToItsCommands) {
+TEST_F(TcpForAvpLink, IgnoresAnswersToItsCommands) {
   Connect();
   m_peer->Write(R"({"status":"SUCCESS","request_id":null,"result":null,"error":null})"
                 "\r\n" +
@@ -346,7 +346,7 @@ TEST_F(TciLink, IgnoresAnswersToItsCommands) {
   for (const T_LogLine& line : m_log.Lines()) EXPECT_GT(line.priority, 300) << line.text;
 }
 
-TEST_F(TciLink, ALineSplitAcrossTwoReadsIsLost) {
+TEST_F(TcpForAvpLink, ALineSplitAcrossTwoReadsIsLost) {
   Connect();
   const std::string line = Notification(4) + "\r\n";
   m_peer->Write(line.substr(0, 40));
@@ -357,7 +357,7 @@ TEST_F(TciLink, ALineSplitAcrossTwoReadsIsLost) {
   EXPECT_EQ(m_log.Count(Handled(4)), 0u);
 }
 
-TEST_F(TciLink, ALineWhoseEndComesLaterCounts) {
+TEST_F(TcpForAvpLink, ALineWhoseEndComesLaterCounts) {
   Connect();
   m_peer->Write(Notification(5));
   RunUntilLogged(Handled(5));
@@ -367,7 +367,7 @@ TEST_F(TciLink, ALineWhoseEndComesLaterCounts) {
   EXPECT_EQ(m_log.Count(Handled(5)), 1u);
 }
 
-TEST_F(TciLink, ReadsUpTo4096BytesAtOnce) {
+TEST_F(TcpForAvpLink, ReadsUpTo4096BytesAtOnce) {
   Connect();
   const std::string filler(5000, ' ');
   m_peer->Write(filler);
@@ -381,7 +381,7 @@ struct T_GarbageRow {
   std::string bytes;
 };
 
-class GarbageOnTheLink : public TciLink, public testing::WithParamInterface<T_GarbageRow> {};
+class GarbageOnTheLink : public TcpForAvpLink, public testing::WithParamInterface<T_GarbageRow> {};
 
 TEST_P(GarbageOnTheLink, HarmsNothing) {
   Connect();
@@ -417,7 +417,7 @@ INSTANTIATE_TEST_SUITE_P(Rows, GarbageOnTheLink,
                                                       "\r\n"}),
                          [](const auto& row) { return std::string(row.param.name); });
 
-TEST_F(TciLink, TheTimeoutChecksThePendingDisconnect) {
+TEST_F(TcpForAvpLink, TheTimeoutChecksThePendingDisconnect) {
   Connect();
   m_peer->Write(R"({"status":"NOTIFICATION","result":{"events":[{"device_id":"0016c04e21e7","event_id":1,)"
                 R"("event_type":"DEVICE_DISCONNECTED","timestamp":1,"request_id":1}]}})"
@@ -435,7 +435,7 @@ TEST_F(TciLink, TheTimeoutChecksThePendingDisconnect) {
       R"({"status":"NOTIFICATION","result":{"events":[{"event_type":"DEVICE_CONNECTED","request_id":1}]}})");
 }
 
-TEST_F(TciLink, AConnectionThatTheServerClosesIsMadeAgainAtOnceWithTheWholeSetUp) {
+TEST_F(TcpForAvpLink, AConnectionThatTheServerClosesIsMadeAgainAtOnceWithTheWholeSetUp) {
   Connect();
   m_platform.AdvanceMs(1000);
   m_peer->Close();
@@ -448,7 +448,7 @@ TEST_F(TciLink, AConnectionThatTheServerClosesIsMadeAgainAtOnceWithTheWholeSetUp
   for (const std::string& line : kCommonSetUp) EXPECT_EQ(m_peer->ReadLine(), line);
 }
 
-TEST_F(TciLink, AConnectionThatIsLostDuringTheSetUpBeginsItAnew) {
+TEST_F(TcpForAvpLink, AConnectionThatIsLostDuringTheSetUpBeginsItAnew) {
   Make();
   m_link->Run(kStart);
   m_peer = m_server.Accept();
@@ -466,7 +466,7 @@ TEST_F(TciLink, AConnectionThatIsLostDuringTheSetUpBeginsItAnew) {
   EXPECT_EQ(m_peer->ReadLine(), kCommonSetUp[0]);
 }
 
-TEST_F(TciLink, AServerThatClosesEveryConnectionIsTriedOnceASecond) {
+TEST_F(TcpForAvpLink, AServerThatClosesEveryConnectionIsTriedOnceASecond) {
   Make();
   m_link->Run(kStart);
   for (int second = 0; second < 3; ++second) {
@@ -483,7 +483,7 @@ TEST_F(TciLink, AServerThatClosesEveryConnectionIsTriedOnceASecond) {
   }
 }
 
-TEST_F(TciLink, AClosedPortIsTriedOnceASecond) {
+TEST_F(TcpForAvpLink, AClosedPortIsTriedOnceASecond) {
   Make();
   m_server.Stop();
   int attempts = 0;
@@ -497,14 +497,14 @@ TEST_F(TciLink, AClosedPortIsTriedOnceASecond) {
   EXPECT_EQ(attempts + static_cast<int>(m_log.Count("connect to server failed: 111")), 3);
 }
 
-TEST_F(TciLink, AConnectionThatTheSystemRefusesIsAnErrorLine) {
+TEST_F(TcpForAvpLink, AConnectionThatTheSystemRefusesIsAnErrorLine) {
   MakeTowards("192.0.2.1", 6970);  // the sandbox has no way there
   m_link->Run(kStart);
   EXPECT_EQ(m_log.PriorityOf("connect to server failed: 101"), 300);
   EXPECT_EQ(m_link->Status(), TcpForAvp::E_Status_Init);
 }
 
-TEST_F(TciLink, ASocketThatTheSystemRefusesIsAnErrorLineAndTriedAgain) {
+TEST_F(TcpForAvpLink, ASocketThatTheSystemRefusesIsAnErrorLineAndTriedAgain) {
   Make();
   rlimit before{};
   getrlimit(RLIMIT_NOFILE, &before);
@@ -520,20 +520,20 @@ TEST_F(TciLink, ASocketThatTheSystemRefusesIsAnErrorLineAndTriedAgain) {
   EXPECT_EQ(m_link->Status(), TcpForAvp::E_Status_Connecting);
 }
 
-TEST_F(TciLink, AReadEventWithoutASocketIsNothing) {
+TEST_F(TcpForAvpLink, AReadEventWithoutASocketIsNothing) {
   Make();
   SetCmdCoreOnline(false);
   EXPECT_EQ(m_link->Run(kRead), 300);
   EXPECT_EQ(m_link->Status(), TcpForAvp::E_Status_Init);
 }
 
-TEST_F(TciLink, RefusesToSendWithoutASocket) {
+TEST_F(TcpForAvpLink, RefusesToSendWithoutASocket) {
   Make();
   EXPECT_EQ(m_link->SendReq("hello"), 0);
   EXPECT_EQ(m_log.PriorityOf("m_pTcpSock is null, str[hello]"), 300);
 }
 
-TEST_F(TciLink, AddsTheLineEndUnlessTheTextHasIt) {
+TEST_F(TcpForAvpLink, AddsTheLineEndUnlessTheTextHasIt) {
   Connect();
   EXPECT_EQ(m_link->SendReq("one"), 1);
   EXPECT_EQ(m_link->SendReq("two\r\n"), 1);
@@ -545,7 +545,7 @@ TEST_F(TciLink, AddsTheLineEndUnlessTheTextHasIt) {
   EXPECT_EQ(m_peer->ReadLine(), "four");
 }
 
-TEST_F(TciLink, ALineThatCannotBeSentIsAnErrorLineAndTheConnectionIsMadeAgain) {
+TEST_F(TcpForAvpLink, ALineThatCannotBeSentIsAnErrorLineAndTheConnectionIsMadeAgain) {
   Connect();
   m_peer->Reset();
   RunUntil(0, [this] { return m_link->SendReq("hello") == 0; });
@@ -555,7 +555,7 @@ TEST_F(TciLink, ALineThatCannotBeSentIsAnErrorLineAndTheConnectionIsMadeAgain) {
   EXPECT_NE(m_server.Accept(), nullptr);
 }
 
-TEST_F(TciLink, ALineThatOnlyFitsInPartEndsTheConnection) {
+TEST_F(TcpForAvpLink, ALineThatOnlyFitsInPartEndsTheConnection) {
   Connect();
   EXPECT_EQ(m_link->SendReq(std::string(64 * 1024 * 1024, 'x')), 0);
   EXPECT_TRUE(m_log.Contains("fail!!!"));
@@ -564,7 +564,7 @@ TEST_F(TciLink, ALineThatOnlyFitsInPartEndsTheConnection) {
 }
 
 // The whole way: the framework's threads, a server that answers.
-class RunningLink : public testing::Test {
+class RunningTcpForAvp : public testing::Test {
  protected:
   void SetUp() override {
     ZpIHTaskThreadPool<202>::AddThreads(3);
@@ -613,7 +613,7 @@ class RunningLink : public testing::Test {
   CTciLink m_server{[this](const std::string& line) { return Answer(line); }, [] {}};
 };
 
-TEST_F(RunningLink, SetsItselfUpAndReceives) {
+TEST_F(RunningTcpForAvp, SetsItselfUpAndReceives) {
   StartLink();
   EXPECT_TRUE(m_log.WaitFor("m_bTciInit ok"));
   EXPECT_EQ(Lines(), (std::vector<std::string>{kCommonSetUp[0], kCommonSetUp[1], kCommonSetUp[2], kRemoveAudio}));
@@ -624,7 +624,7 @@ TEST_F(RunningLink, SetsItselfUpAndReceives) {
   EXPECT_TRUE(WaitUntil([this] { return Lines().size() == 5 && Lines().back() == "more"; }));
 }
 
-TEST_F(RunningLink, ReadsABurstToItsEnd) {
+TEST_F(RunningTcpForAvp, ReadsABurstToItsEnd) {
   StartLink();
   ASSERT_TRUE(m_log.WaitFor("m_bTciInit ok"));
   std::string burst(40000, ' ');
@@ -639,7 +639,7 @@ TEST_F(RunningLink, ReadsABurstToItsEnd) {
   }));
 }
 
-TEST_F(RunningLink, ComesBackAfterALoss) {
+TEST_F(RunningTcpForAvp, ComesBackAfterALoss) {
   StartLink();
   ASSERT_TRUE(m_log.WaitFor("m_bTciInit ok"));
   m_server.DropAll();
@@ -667,7 +667,7 @@ TEST(AsyncTaskFacade, InUpgradeModeCountsAsInitialisedAndSaysSoEachTime) {
   AsyncTask::SetUpgradeMode(0);
 }
 
-TEST_F(RunningLink, StartsTowardsTheServersFixedPort) {
+TEST_F(RunningTcpForAvp, StartsTowardsTheServersFixedPort) {
   SetCmdCoreOnline(false);
   EXPECT_EQ(StartDoAsyncMsg(kMac, e_RX), 1);
   EXPECT_TRUE(m_log.WaitFor("avp not online, tci wait", 2));

@@ -113,7 +113,7 @@ TEST(AvpIpMap, IsReadWhileItIsWritten) {
 }
 
 // What fills the map, or ends discovery, is done in a process of its own. What it prints comes on standard error.
-class Discovery : public testing::Test {
+class AvpDiscovery : public testing::Test {
  protected:
   void SetUp() override { GTEST_FLAG_SET(death_test_style, "threadsafe"); }
 
@@ -168,16 +168,16 @@ class Discovery : public testing::Test {
   }
 };
 
-TEST_F(Discovery, AFloodOfDevicesIsBoundedAndTheKnownOnesStillMove) {
+TEST_F(AvpDiscovery, AFloodOfDevicesIsBoundedAndTheKnownOnesStillMove) {
   EXPECT_EXIT(FillTheMap(), testing::ExitedWithCode(0), "");
 }
 
-TEST_F(Discovery, WithoutADaemonSaysSoAndEnds) {
+TEST_F(AvpDiscovery, WithoutADaemonSaysSoAndEnds) {
   EXPECT_EXIT(DiscoverUntilPrinted("\n"), testing::ExitedWithCode(0),
               testing::Eq("Failed to create client: Daemon not running\n"));
 }
 
-TEST_F(Discovery, AThreadThatCannotBeStartedIsReported) {
+TEST_F(AvpDiscovery, AThreadThatCannotBeStartedIsReported) {
   EXPECT_EXIT(DiscoverUntilPrinted("\n", 1), testing::ExitedWithCode(0),
               testing::StartsWith("pthread_create Receiver read thread error:: Invalid argument"));
   EXPECT_EXIT(DiscoverUntilPrinted("\n", -1), testing::ExitedWithCode(0),
@@ -185,7 +185,7 @@ TEST_F(Discovery, AThreadThatCannotBeStartedIsReported) {
 }
 
 #if !defined(__SANITIZE_ADDRESS__) && !defined(__SANITIZE_THREAD__)
-TEST_F(Discovery, AThreadWithoutMemoryIsReported) {  // the sanitizers map more than any limit
+TEST_F(AvpDiscovery, AThreadWithoutMemoryIsReported) {  // the sanitizers map more than any limit
   EXPECT_EXIT(
       {
         LeaveNoMemory();
@@ -196,7 +196,7 @@ TEST_F(Discovery, AThreadWithoutMemoryIsReported) {  // the sanitizers map more 
 #endif
 
 // A real avahi-daemon, and the discovery thread in this process. What it prints goes to a file.
-class MdnsDiscovery : public Discovery {
+class MdnsDiscovery : public AvpDiscovery {
  protected:
   void SetUp() override {
     ASSERT_TRUE(m_mdns.Start());
