@@ -437,7 +437,7 @@ CApiServer::T_Outcome CApiServer::DeviceOpLocked(const T_Targets& targets, const
   T_Targets changed;
   T_Outcome outcome = ForEachLocked(targets, std::string(row.resultKey), row.eWay, [&](T_Device& device, Json::Value&) {
     if (m_bHung) return HungLocked();
-    const std::optional<T_SimError> refusal = row.run(device.document, body, m_context);
+    std::optional<T_SimError> refusal = row.run(device.document, body, m_context);
     if (!refusal && row.bChangesSettings) changed.push_back(&device);
     return refusal;
   });
@@ -454,7 +454,7 @@ CApiServer::T_Outcome CApiServer::SetMultiviewLocked(const T_Targets& targets, c
   T_Targets changed;
   T_Outcome outcome = ForEachLocked(targets, "devices", e_reply_either, [&](T_Device& device, Json::Value&) {
     if (m_bHung) return HungLocked();
-    const std::optional<T_SimError> refusal = deviceops::ShowMultiview(device.document, body);
+    std::optional<T_SimError> refusal = deviceops::ShowMultiview(device.document, body);
     if (!refusal) changed.push_back(&device);
     return refusal;
   });

@@ -211,7 +211,7 @@ class CAvpSim::C_Impl {
             method + " " + target + (body.empty() ? "" : " ") + body.substr(0, body.find_last_not_of("\r\n") + 1));
     const T_SimAnswer answer = Record(request);
     if (answer.iDelayMs > 0) Delay(answer.iDelayMs);
-    const T_HttpReply reply = Reply(request, answer);
+    T_HttpReply reply = Reply(request, answer);
     LogReply(reply);
     return reply;
   }

@@ -249,7 +249,7 @@ T_Refusal SetProperty(Json::Value& device, const Json::Value& body, T_OpContext&
   Json::Value* owner =
       EndsWith(key, kValue) ? propertykey::Find(device, key.substr(0, key.size() - kValue.size())) : nullptr;
   const bool choice = owner != nullptr && owner->isMember("choices");
-  const T_Refusal refusal = choice ? SetChoice(device, key, *owner, value) : SetPlain(key, *member, value);
+  T_Refusal refusal = choice ? SetChoice(device, key, *owner, value) : SetPlain(key, *member, value);
   if (!refusal && (key.rfind("nodes[FRAME_BUFFER:", 0) == 0 || key.rfind("nodes[HDMI_ENCODER:", 0) == 0)) {
     deviceops::UpdateOutput(device);
   }

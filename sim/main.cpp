@@ -85,10 +85,8 @@ int Play(T_SimArgs args, int fdSignals) {
   return 0;
 }
 
-}  // namespace
-
-int main(int argc, char** argv) {
-  const auto parsed = simargs::Parse({argv + 1, argv + argc});
+int Run(const std::vector<std::string>& words) {
+  const auto parsed = simargs::Parse(words);
   if (const auto* fault = std::get_if<std::string>(&parsed)) return Complain(*fault, 2);
   const T_SimArgs& args = std::get<T_SimArgs>(parsed);
   if (args.help) {
@@ -99,10 +97,16 @@ int main(int argc, char** argv) {
     std::puts("halyard-sim " HALYARD_VERSION);
     return 0;
   }
-  const int fdSignals = StopSignals();
+  return Play(args, StopSignals());
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
   try {
-    return Play(args, fdSignals);
+    return Run({argv + 1, argv + argc});
   } catch (const std::exception& fault) {
-    return Complain(fault.what(), 2);
+    std::fprintf(stderr, "halyard-sim: %s\n", fault.what());
+    return 2;
   }
 }

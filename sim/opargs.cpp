@@ -56,7 +56,7 @@ int COpArgs::IntOrText(const char* key, int min, int max) {
 }
 
 std::string COpArgs::Address(const char* key) {
-  const std::string text = Text(key);
+  std::string text = Text(key);
   in_addr address{};
   if (inet_pton(AF_INET, text.c_str(), &address) == 1) return text;
   Refuse(BadValue(key));
@@ -64,7 +64,7 @@ std::string COpArgs::Address(const char* key) {
 }
 
 std::string COpArgs::Hex(const char* key, size_t minDigits, size_t maxDigits) {
-  const std::string text = Text(key);
+  std::string text = Text(key);
   const bool hex = text.find_first_not_of("0123456789abcdefABCDEF") == std::string::npos;
   if (hex && text.size() % 2 == 0 && text.size() >= minDigits && text.size() <= maxDigits) return text;
   Refuse(BadValue(key));

@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <chrono>
+#include <mutex>
 #include <string>
 
 #include "httpclient.h"
@@ -14,8 +15,16 @@ class HttpFront : public testing::Test {
  protected:
   void SetUp() override { ASSERT_TRUE(m_front.Start("127.0.0.1", 0)); }
 
-  T_HttpReply m_reply{200, "the reply", e_http_whole};  // set before the request that it answers
+  // The reply to what comes from now on; an empty body stands for the request itself.
+  void ReplyWith(const T_HttpReply& reply) {
+    const std::lock_guard<std::mutex> guard(m_mutex);
+    m_reply = reply;
+  }
+
+  std::mutex m_mutex;
+  T_HttpReply m_reply{200, "the reply", e_http_whole};  // guarded by m_mutex
   CHttpFront m_front{[this](const std::string& method, const std::string& target, const std::string& body) {
+    const std::lock_guard<std::mutex> guard(m_mutex);
     T_HttpReply reply = m_reply;
     if (reply.body.empty()) reply.body = method + " " + target + " " + body;
     return reply;
@@ -23,7 +32,7 @@ class HttpFront : public testing::Test {
 };
 
 TEST_F(HttpFront, HandsTheRequestToTheHandler) {
-  m_reply.body = "";
+  ReplyWith({200, "", e_http_whole});
   CHttpClient client(m_front.Port());
   EXPECT_EQ(client.Get("/api/device/ALL?x=1").body, "GET /api/device/ALL?x=1 ");
   EXPECT_EQ(client.Post("/api/device/1", R"({"op":"stop"})").body, R"(POST /api/device/1 {"op":"stop"})");
@@ -31,7 +40,7 @@ TEST_F(HttpFront, HandsTheRequestToTheHandler) {
 }
 
 TEST_F(HttpFront, GivesTheHandlersStatus) {
-  m_reply.status = 404;
+  ReplyWith({404, "the reply", e_http_whole});
   const T_HttpResult result = CHttpClient(m_front.Port()).Get("/");
   EXPECT_EQ(result.status, 404);
   EXPECT_EQ(result.body, "the reply");
@@ -82,15 +91,14 @@ TEST_F(HttpFront, TellsAWaitingClientToGoOn) {
 }
 
 TEST_F(HttpFront, CanHangUp) {
-  m_reply.fault = e_http_hangup;
+  ReplyWith({200, "", e_http_hangup});
   CTcpPeer peer(m_front.Port());
   peer.Send("GET / HTTP/1.1\r\nHost: x\r\n\r\n");
   EXPECT_EQ(peer.Rest(), "");
 }
 
 TEST_F(HttpFront, CanSendHalfAnAnswer) {
-  m_reply.fault = e_http_half;
-  m_reply.body = std::string(1000, 'x');
+  ReplyWith({200, std::string(1000, 'x'), e_http_half});
   CTcpPeer peer(m_front.Port());
   peer.Send("GET / HTTP/1.1\r\nHost: x\r\n\r\n");
   const std::string all = peer.Rest();
@@ -100,8 +108,7 @@ TEST_F(HttpFront, CanSendHalfAnAnswer) {
 }
 
 TEST_F(HttpFront, CanSendWhatIsNoHttp) {
-  m_reply.fault = e_http_raw;
-  m_reply.body = "\x16\x03 no http";
+  ReplyWith({200, "\x16\x03 no http", e_http_raw});
   CTcpPeer peer(m_front.Port());
   peer.Send("GET / HTTP/1.1\r\nHost: x\r\n\r\n");
   EXPECT_EQ(peer.Rest(), "\x16\x03 no http");
@@ -109,9 +116,9 @@ TEST_F(HttpFront, CanSendWhatIsNoHttp) {
 
 TEST_F(HttpFront, AFaultConcernsOneAnswerOnly) {
   CHttpClient client(m_front.Port(), true);
-  m_reply.fault = e_http_hangup;
+  ReplyWith({200, "", e_http_hangup});
   EXPECT_FALSE(client.Get("/").arrived);
-  m_reply.fault = e_http_whole;
+  ReplyWith({200, "the reply", e_http_whole});
   EXPECT_EQ(client.Get("/").body, "the reply");
 }
 
