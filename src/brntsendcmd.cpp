@@ -1,5 +1,6 @@
 #include "brntsendcmd.h"
 
+#include "brntavpupgrade.h"
 #include "brntcmd.h"
 #include "brntjson.h"
 #include "brntsendrequest.h"
@@ -77,3 +78,5 @@ Bool16 SendCmd2AVP::SendUpdateCmd(const std::string& id, const std::string& file
   return CBrntCmd::DoSynchronizeCmd2(id, brntsend::DevicePath(id), e_method_post, brntjson::Write(body), answer,
                                      AVP_MSG_SEND_UPDATE);
 }
+
+bool SendCmd2AVP::DoAvpUpgrade(std::string id, int force) { return CAvpUpgrade(id, force).Run(); }

@@ -71,6 +71,9 @@ class SendCmd2AVP {
   // Firmware. SendUpdateCmd waits until the server has settled the request; not for the proxy task.
   static Bool16 SendGetFirmwareFileCmd(const std::string& id);
   static Bool16 SendUpdateCmd(const std::string& id, const std::string& fileName);
+  // The whole upgrade of the local device, which takes minutes (brntavpupgrade.h). True when it was upgraded or is up
+  // to date. With force other than 0 equal versions are no reason to leave it. Main thread.
+  static bool DoAvpUpgrade(std::string id, int force);
 
   // Streams and subscriptions. An index below 0 leaves every subscription of the type.
   static Bool16 SendStopCmd(const std::string& id, const std::string& type, SInt32 index, bool free);

@@ -11,6 +11,7 @@
 #include "brntmanageavpip.h"
 #include "brntparsersp.h"
 #include "brntplatform.h"
+#include "brntsendcmd.h"
 #include "brntudptask.h"
 #include "stringprocess.h"
 #include "udpcmdprocess.h"
@@ -132,7 +133,7 @@ void RunNormalMode() {
 
 int RunUpgradeMode() {
   HLOG_INFO("Do AVP Upgrade,Please Wait patiently ...");
-  const bool upgraded = false;
+  const bool upgraded = SendCmd2AVP::DoAvpUpgrade(Myinitdata.s_deviceid, Myinitdata.s32ForceUpgrade);
   if (upgraded) {
     HLOG_INFO("Do AVP Upgrade Finish,success");
   } else {

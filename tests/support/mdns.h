@@ -1,10 +1,11 @@
-// Service discovery inside the sandbox: a system bus, an avahi-daemon on eth0, and published services, all of them
-// scripts/mdns's.
+// Service discovery inside the sandbox: a system bus, an avahi-daemon on eth0, and published services.
 //
 // One thread. Everything started ends with the object (and, at the latest, with the sandbox).
 #pragma once
 
-#include <set>
+#include <sys/types.h>
+
+#include <map>
 #include <string>
 #include <vector>
 
@@ -15,20 +16,20 @@ class CMdns {
   CMdns(const CMdns&) = delete;
   CMdns& operator=(const CMdns&) = delete;
 
-  // Starts both daemons, on eth0, which gets an address unless it has one. False when one does not come up. After
-  // StopDaemon it starts that one anew.
+  // Gives eth0 an address and starts both daemons. False when one of them does not come up.
   [[nodiscard]] bool Start();
   void StopDaemon();  // avahi-daemon alone
-  void StopBus();     // the system bus alone
 
   // Announces a service of type "_tmp._udp" under this name with one TXT string or several, instead of an earlier one
-  // of the name. No zero bytes in either.
+  // of the name.
   void Publish(const std::string& name, const std::string& txt);
   void Publish(const std::string& name, const std::vector<std::string>& txts);
-  // The announcement of an AV processor; its name is the device id.
+  // The announcement of an AV processor.
   void PublishAvp(const std::string& deviceId, const std::string& ip);
   void Withdraw(const std::string& name);
 
  private:
-  std::set<std::string> m_setNames;  // published
+  pid_t m_bus = -1;
+  pid_t m_daemon = -1;
+  std::map<std::string, pid_t> m_mapPublishers;
 };

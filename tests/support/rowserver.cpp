@@ -98,8 +98,14 @@ void CRowServer::Truncate(std::string body) {
   m_rows.push_back({std::move(body), 200, T_ServerRow::kTruncate});
 }
 
+void CRowServer::OnRequest(std::function<T_ServerRow(const T_ServerRequest&)> onRequest) {
+  std::lock_guard<std::mutex> lock(m_mutex);
+  m_onRequest = std::move(onRequest);
+}
+
 void CRowServer::Reset() {
   std::lock_guard<std::mutex> lock(m_mutex);
+  m_onRequest = nullptr;
   m_rows.clear();
   m_requests.clear();
 }
@@ -155,24 +161,32 @@ void CRowServer::ServeConnection(int connection, int number) {
   do {
     request = T_ServerRequest{};
     request.connection = number;
-  } while (ReadRequest(connection, request) && ServeRequest(connection, std::move(request)));
+  } while (ReadRequest(connection, request) && ServeRequest(connection, request));
 }
 
-bool CRowServer::ServeRequest(int connection, T_ServerRequest request) {
+bool CRowServer::ServeRequest(int connection, const T_ServerRequest& request) {
   std::unique_lock<std::mutex> lock(m_mutex);
-  m_requests.push_back(std::move(request));
+  m_requests.push_back(request);
   m_changed.notify_all();
   m_changed.wait(lock, [this] { return !m_held || m_stop; });
   if (m_stop) return false;
   lock.unlock();
 
-  const T_ServerRow row = NextRow();
+  const T_ServerRow row = RowFor(request);
   if (row.manner == T_ServerRow::kHangUp) return false;
   const std::size_t promised = row.body.size() + (row.manner == T_ServerRow::kTruncate ? 1 : 0);
   SendAll(connection, "HTTP/1.1 " + std::to_string(row.httpStatus) +
                           " Row\r\nContent-Type: application/json\r\nContent-Length: " + std::to_string(promised) +
                           "\r\nLocation: /elsewhere\r\n\r\n" + row.body);
   return row.manner == T_ServerRow::kAnswer;
+}
+
+T_ServerRow CRowServer::RowFor(const T_ServerRequest& request) {
+  std::unique_lock<std::mutex> lock(m_mutex);
+  const auto onRequest = m_onRequest;
+  lock.unlock();
+  const T_ServerRow row = onRequest ? onRequest(request) : T_ServerRow{"", 0, T_ServerRow::kAnswer};
+  return row.httpStatus == 0 && row.manner == T_ServerRow::kAnswer ? NextRow() : row;
 }
 
 T_ServerRow CRowServer::NextRow() {

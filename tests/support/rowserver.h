@@ -6,6 +6,7 @@
 
 #include <condition_variable>
 #include <cstdint>
+#include <functional>
 #include <list>
 #include <mutex>
 #include <string>
@@ -43,7 +44,11 @@ class CRowServer {
   void HangUp();
   void Truncate(std::string body);
 
-  // Forgets rows and requests.
+  // Asked for each request before the rows are; a row of status 0 means that the rows answer. Called on the server's
+  // thread, with no lock held.
+  void OnRequest(std::function<T_ServerRow(const T_ServerRequest& request)> onRequest);
+
+  // Forgets rows, requests and OnRequest.
   void Reset();
 
   // The requests so far, in order; WaitForRequests waits up to 20 s until there are count of them, false if not.
@@ -60,7 +65,8 @@ class CRowServer {
  private:
   void Serve();
   void ServeConnection(int connection, int number);
-  bool ServeRequest(int connection, T_ServerRequest request);
+  bool ServeRequest(int connection, const T_ServerRequest& request);
+  T_ServerRow RowFor(const T_ServerRequest& request);
   T_ServerRow NextRow();
 
   int m_listener = -1;
@@ -68,6 +74,7 @@ class CRowServer {
   mutable std::mutex m_mutex;
   mutable std::condition_variable m_changed;
   std::list<T_ServerRow> m_rows;
+  std::function<T_ServerRow(const T_ServerRequest&)> m_onRequest;
   std::vector<T_ServerRequest> m_requests;
   bool m_held = false;
   bool m_stop = false;
