@@ -30,29 +30,32 @@ constexpr std::array<T_CommandTag, 20> kCommandTags = {{
     {0x40401, "get-associations-usb-hid", ""},
     {0x40402, "set-associations-usb-hid", R"({"streamSubscription":{"deviceID":"0016c04e21e7"}})"},
     {0x10202, "set-video",
-     R"({"output":{"hdmiOut":{"displayMode":"single","singleLayout":{"scaler":"1920x1080p@60"}}}})"},
+     R"({"output":{"hdmiOut":{"hdcpMethod":"Follow Sink","displayMode":"single",)"
+     R"("singleLayout":{"scaler":"1920x1080p@60"}}}})"},
     {0x20202, "set-serial",
      R"({"baud":{"lineOrder":"DCE","baudRate":9600,"databits":8,"stopbits":1,"parity":"none"}})"},
     {0x30202, "set-ir", R"({"streamSubscription":{"deviceID":"0016c04e21e7"},"power12V":true})"},
     {0x40202, "set-usb-hid", R"({"streamSubscription":{"deviceID":"0016c04e21e7"}})"},
     {0x20302, "send-serial-data", R"({"mode":"ascii","terminator":"crlf","data":"PWR?"})"},
     {0x30302, "send-ir-data",
-     R"({"format":"pronto","data":"0000 006d 0001 0002 000a 0014 001e 0028 0032 003c","repeatTimes":1,"delay":100})"},
+     R"({"format":"pronto","data":"0000 006d 0001 0002 000a 0014 001e 0028 0032 003c","repeatTimes":2,"delay":100})"},
     {0x50302, "send-cec-data", R"({"data":"4004"})"},
     {0x60302, "reset-device", ""},
     {0x90503, "cmd-core-online", ""},
     {0x80802, "set-hdmi-out-audio-src", R"({"hdmi_out_audio_src":"hdmi-audio"})"},
     {0x70202, "set-multiview",
-     R"({"multiview":{"layout":"quad","scaler":"1920x1080p@60","windows":[{"index":0,"horizontalPosition":0,)"
-     R"("verticalPosition":0,"width":960,"height":540}],"sources":[{"sourceDevice":"0016c04e21e7",)"
-     R"("subscriptionIndex":0}]}})"},
+     R"({"multiview":{"layout":"quad","scaler":"1920x1080p@60","windows":[)"
+     R"({"index":0,"horizontalPosition":0,"verticalPosition":0,"width":960,"height":540},)"
+     R"({"index":1,"horizontalPosition":960,"verticalPosition":0,"width":960,"height":540}],"sources":[)"
+     R"({"sourceDevice":"0016c04e21e7","streamIndex":1,"subscriptionIndex":0},)"
+     R"({"sourceDevice":"none","subscriptionIndex":1}]}})"},
     {0x80202, "set-property", R"({"deviceMode":"RECEIVER"})"},
 }};
 
 struct T_ReportTag {
   std::uint32_t tag;
-  int kind;               // E_Event_Type
-  std::string_view name;  // as halyardctl prints it
+  int kind;                  // E_Event_Type
+  std::string_view name;     // as halyardctl prints it
   std::string_view logName;  // as the process's own log names it
 };
 
