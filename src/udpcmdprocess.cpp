@@ -201,7 +201,8 @@ int ApiHandler::SetIRHandler(char** args, void*, Msg_Box* msg) {
     return 0;
   }
   const Json::Value* subscription = Section(msg->s_bodyobject, kSubscription);
-  if (subscription != nullptr && brntjson::Member(*subscription, "deviceID") != nullptr &&
+  std::string device;
+  if (subscription != nullptr && brntjson::GetString(*subscription, "deviceID", device) &&
       !ReuseHanler::SetAssociationsIR(msg->s_deviceid, *subscription)) {
     HLOG_ERROR("IR association fail!!!");
     return 0;
