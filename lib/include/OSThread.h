@@ -36,6 +36,9 @@ class OSThread {
   OSThread(const OSThread&) = delete;
   OSThread& operator=(const OSThread&) = delete;
 
+  // The name under which system tools show the thread; the first 15 characters count. Before Start.
+  void SetThreadName(const char* name);
+
   // Starts Entry on a new thread. False when the system refuses, or when it was started before. Owner only.
   bool Start();
 
@@ -53,6 +56,7 @@ class OSThread {
  private:
   static void* Trampoline(void* self);
 
+  char m_name[16] = {};  // constant once started; empty: the process's own
   const UInt32 m_stackBytes;
   const SInt32 m_niceness;
   pthread_t m_thread{};     // owner only

@@ -6,6 +6,7 @@
 
 #include <atomic>
 #include <cstdint>
+#include <string>
 
 #include "OSRefTable.h"
 #include "StrPtrLen.h"
@@ -16,6 +17,8 @@
 template <int T>
 class ZpIHEventThread : public OSThread {
  public:
+  ZpIHEventThread() { SetThreadName(("event-" + std::to_string(T)).c_str()); }
+
   OSRefTable fRefTable{1193};  // locks itself; unique number to context
 
  protected:

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <atomic>
+#include <string>
 
 #include "ZpIHTask.h"
 
@@ -11,7 +12,7 @@ class ZpIHIdleTask;
 template <int T>
 class ZpIHIdleTaskThread : public OSThread {
  public:
-  ZpIHIdleTaskThread() = default;
+  ZpIHIdleTaskThread() { SetThreadName(("idle-" + std::to_string(T)).c_str()); }
   ~ZpIHIdleTaskThread() override {
     SendStopRequest();
     Wake();

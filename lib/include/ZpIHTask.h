@@ -15,7 +15,7 @@
 #include <cstdio>
 #include <cstring>
 #include <limits>
-#include <memory>
+#include <string>
 
 #include "MyAssert.h"
 #include "OS.h"
@@ -78,6 +78,12 @@ class ZpIHTask : public ZpIHBaseTask {
     OSMutexLocker locker(m_AtomicMutex);
     std::snprintf(fTaskName, sizeof fTaskName, "%.*s%.*s", kLivePrefixLength, kLivePrefix,
                   static_cast<int>(sizeof fTaskName) - 1 - kLivePrefixLength, name);
+  }
+
+  // The name with its prefix.
+  std::string GetTaskName() EXCLUDES(m_AtomicMutex) {
+    OSMutexLocker locker(m_AtomicMutex);
+    return fTaskName;
   }
 
   // False once the task is being destroyed.
@@ -182,7 +188,9 @@ class ZpIHTask : public ZpIHBaseTask {
 template <int T>
 class ZpIHTaskThread : public OSThread {
  public:
-  explicit ZpIHTaskThread(UInt32 stackBytes = 0, SInt32 niceness = 0) : OSThread(stackBytes, niceness) {}
+  explicit ZpIHTaskThread(UInt32 stackBytes = 0, SInt32 niceness = 0) : OSThread(stackBytes, niceness) {
+    SetThreadName(("task-" + std::to_string(T)).c_str());
+  }
   ~ZpIHTaskThread() override {
     SendStopRequest();
     fTaskQueue.WakeAll();
@@ -272,7 +280,7 @@ class ZpIHTaskThread : public OSThread {
     try {
       return task->Run();
     } catch (...) {
-      ReportException("task");
+      ReportException(task->GetTaskName().c_str());
       return 0;
     }
   }

@@ -58,6 +58,8 @@ OSThread::OSThread(UInt32 stackBytes, SInt32 niceness) : m_stackBytes(stackBytes
 
 OSThread::~OSThread() { StopAndWaitForThread(); }
 
+void OSThread::SetThreadName(const char* name) { std::snprintf(m_name, sizeof m_name, "%s", name); }
+
 bool OSThread::Start() {
   if (m_started) return false;
   pthread_attr_t attr;
@@ -83,6 +85,7 @@ void OSThread::StopAndWaitForThread() {
 void* OSThread::Trampoline(void* self) {
   auto* thread = static_cast<OSThread*>(self);
   t_current = thread;
+  if (thread->m_name[0] != '\0') pthread_setname_np(pthread_self(), thread->m_name);
   if (thread->m_niceness != 0) setpriority(PRIO_PROCESS, static_cast<id_t>(gettid()), thread->m_niceness);
   try {
     thread->Entry();

@@ -138,6 +138,15 @@ TEST(Thread, TakesItsNicenessAlone) {
   EXPECT_EQ(getpriority(PRIO_PROCESS, static_cast<id_t>(gettid())), 0);
 }
 
+TEST(Thread, ShowsTheFirst15CharactersOfItsName) {
+  char inside[16] = {};
+  CThread thread([&](CThread&) { pthread_getname_np(pthread_self(), inside, sizeof inside); });
+  thread.SetThreadName("a-name-that-is-too-long");
+  thread.Start();
+  thread.StopAndWaitForThread();
+  EXPECT_STREQ(inside, "a-name-that-is-");
+}
+
 TEST(Thread, AnExceptionThatLeavesEntryIsReportedInOneLine) {
   const CReportedExceptions reported;
   CThread thread([](CThread&) { throw std::runtime_error("line one\nline two"); });

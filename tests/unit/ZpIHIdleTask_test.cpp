@@ -30,10 +30,6 @@ class CTimedTask : public ZpIHIdleTask<kInstance> {
     const std::lock_guard<std::mutex> lock(m_mutex);
     return m_lastRun;
   }
-  std::string Name() {
-    OSMutexLocker locker(m_AtomicMutex);
-    return fTaskName;
-  }
 
  private:
   mutable std::mutex m_mutex;
@@ -141,7 +137,7 @@ TEST_F(IdleTimer, ManyRunTogether) {
   }));
 }
 
-TEST(IdleTask, IsNamedSo) { EXPECT_EQ(CTimedTask().Name(), "live_IdleTask"); }
+TEST(IdleTask, IsNamedSo) { EXPECT_EQ(CTimedTask().GetTaskName(), "live_IdleTask"); }
 
 TEST(IdleTaskThread, StopsThoughItWaitsWithoutLimit) {
   ZpIHIdleTaskThread<912> thread;

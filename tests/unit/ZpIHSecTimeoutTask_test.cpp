@@ -20,14 +20,6 @@ class COwner : public Task {
   SInt64 Run() override { return 0; }
 };
 
-class CLooker : public ZpIHSecTimeoutTaskThread<kInstance> {
- public:
-  std::string Name() {
-    OSMutexLocker locker(m_AtomicMutex);
-    return fTaskName;
-  }
-};
-
 class SecTimeout : public testing::Test {
  protected:
   void TearDown() override {
@@ -49,7 +41,7 @@ class SecTimeout : public testing::Test {
 
   CSteppedClock m_clock{50000};
   COwner m_owner;
-  CLooker m_looker;
+  ZpIHSecTimeoutTaskThread<kInstance> m_looker;
   std::vector<std::unique_ptr<Record>> m_records;
   SInt64 m_nextLookMs = 0;
 };
@@ -132,7 +124,7 @@ TEST_F(SecTimeout, ALookTakesTheLookersOwnEvents) {
   EXPECT_EQ(m_looker.GetEvents(), 0U);
 }
 
-TEST_F(SecTimeout, TheLookersNameIsTimeoutTask) { EXPECT_EQ(m_looker.Name(), "live_TimeoutTask"); }
+TEST_F(SecTimeout, TheLookersNameIsTimeoutTask) { EXPECT_EQ(m_looker.GetTaskName(), "live_TimeoutTask"); }
 
 TEST_F(SecTimeout, BeforeInitializeARecordStandsAlone) {
   Record record(&m_owner, 1);

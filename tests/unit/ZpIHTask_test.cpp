@@ -55,10 +55,6 @@ class CScriptTask : public Task {
     return fEvents;
   }
   bool Sleeps() { return PendingEvents() == 0; }
-  std::string Name() {
-    OSMutexLocker locker(m_AtomicMutex);
-    return fTaskName;
-  }
   void LookDestroyed() {
     OSMutexLocker locker(m_AtomicMutex);
     fTaskName[0] = 'D';
@@ -101,15 +97,15 @@ class TaskPool : public testing::Test {
 TEST(TaskName, IsTheNameGivenBehindThePrefix) {
   CScriptTask task;
   task.SetTaskName("proxy");
-  EXPECT_EQ(task.Name(), "live_proxy");
+  EXPECT_EQ(task.GetTaskName(), "live_proxy");
 }
 
-TEST(TaskName, IsUnknownAtFirst) { EXPECT_EQ(CScriptTask().Name(), "live_unknown"); }
+TEST(TaskName, IsUnknownAtFirst) { EXPECT_EQ(CScriptTask().GetTaskName(), "live_unknown"); }
 
 TEST(TaskName, Of50CharactersKeepsItsFirst42) {
   CScriptTask task;
   task.SetTaskName("abcdefghijklmnopqrstuvwxyzABCDEFGHIJKLMNOPQRSTUVWX");
-  EXPECT_EQ(task.Name(), "live_abcdefghijklmnopqrstuvwxyzABCDEFGHIJKLMNOP");
+  EXPECT_EQ(task.GetTaskName(), "live_abcdefghijklmnopqrstuvwxyzABCDEFGHIJKLMNOP");
 }
 
 TEST(TaskName, TellsALivingTaskFromADestroyedOne) {
@@ -391,10 +387,11 @@ TEST_F(TaskPool, AnExceptionThatLeavesRunIsReportedAndTheTaskGoesOn) {
     if (run == 1) throw std::runtime_error("bad value");
     return 0;
   });
+  task.SetTaskName("thrower");
   testing::internal::CaptureStderr();
   task.Signal(Task::kStartEvent);
   const bool slept = WaitFor([&] { return task.HasRun(1) && task.Sleeps(); });
-  EXPECT_EQ(testing::internal::GetCapturedStderr(), "task: uncaught exception: bad value\n");
+  EXPECT_EQ(testing::internal::GetCapturedStderr(), "live_thrower: uncaught exception: bad value\n");
   ASSERT_TRUE(slept);
   task.Signal(Task::kReadEvent);
   EXPECT_TRUE(WaitFor([&] { return task.HasRun(2); }));
@@ -437,6 +434,18 @@ TEST(TaskThreadPool, PlanTimesAddUp) {
 TEST(TaskThreadPool, DoesNotBecomeAUserOrGroupThatIsUnknown) {
   EXPECT_FALSE(Pool::SwitchPersonality("no-such-user", "root"));
   EXPECT_FALSE(Pool::SwitchPersonality("root", "no-such-group"));
+}
+
+TEST_F(TaskPool, ItsThreadsAreNamedAfterTheInstance) {
+  StartThreads(1);
+  char name[16] = {};
+  CScriptTask& task = NewTask([&](CScriptTask&, int) {
+    pthread_getname_np(pthread_self(), name, sizeof name);
+    return 0;
+  });
+  task.Signal(Task::kStartEvent);
+  ASSERT_TRUE(WaitFor([&] { return task.HasRun(1) && task.Sleeps(); }));
+  EXPECT_STREQ(name, "task-901");
 }
 
 TEST(TaskThread, TellsItsInstance) { EXPECT_EQ(ZpIHTaskThread<kInstance>().GetTemplateID(), kInstance); }
