@@ -4,6 +4,7 @@
 
 #include <cstring>
 
+#include "brntstop.h"
 #include "entersandbox.h"
 
 namespace {
@@ -20,5 +21,5 @@ bool OnlyLists(int argc, char** argv) {
 int main(int argc, char** argv) {
   if (!InSandbox() && !OnlyLists(argc, argv)) return EnterSandbox(argc, argv);
   testing::InitGoogleTest(&argc, argv);
-  return RUN_ALL_TESTS();
+  CBrntStop::LeaveProcess(RUN_ALL_TESTS());  // with the framework's threads running, main must not return
 }
