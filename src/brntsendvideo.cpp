@@ -8,6 +8,7 @@
 #include "brntsendcmd.h"
 #include "brntsendrequest.h"
 #include "brntsendtiming.h"
+#include "brntstreamnames.h"
 #include "stringprocess.h"
 
 OSMutex& SendCmd2AVP::s_objWallMutex = *new OSMutex;
@@ -37,7 +38,6 @@ constexpr T_WallMode kWallModes[] = {
     {"genlock", kWallGenlocked},
 };
 
-constexpr SInt32 kScaledStream = 1;
 constexpr char kScaledStreamRateKey[] = "nodes[SCALER:0].inputs[main:0].configuration.source.value";
 constexpr char kStreamRateKey[] = "streams[HDMI:%d].configuration.source.value";
 constexpr size_t kStreamRateKeySize = 256;

@@ -3,6 +3,7 @@
 
 #include <string>
 
+#include "OSTypes.h"
 #include "stringprocess.h"
 
 // Deliberate: the spellings differ from request to request; the API server matches them without regard to case.
@@ -19,6 +20,10 @@ constexpr char kUsbHidStream[] = "USB_HID";
 constexpr int kAddressOfVideo0 = 1;
 constexpr int kAddressOfVideo1 = 2;
 constexpr int kAddressOfAudio = 4;
+
+// An encoder's video streams.
+constexpr SInt32 kFullStream = 0;
+constexpr SInt32 kScaledStream = 1;
 
 constexpr int kAllSubscriptions = -1;  // the index that leaves all of a type
 

@@ -20,7 +20,6 @@
 namespace {
 
 constexpr char kLocalInterface[] = "eth0";
-constexpr SInt32 kScaledStream = 1;
 
 // What a video association asks for.
 struct T_VideoSource {

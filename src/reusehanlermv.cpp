@@ -18,8 +18,6 @@ namespace {
 
 constexpr SInt32 kNumberMax = 31;   // of a window or a subscription; the API server has 32 of each
 constexpr size_t kIdLengthMin = 5;  // a shorter device id makes no address
-constexpr SInt32 kFullStream = 0;
-constexpr SInt32 kScaledStream = 1;
 
 // One picture source of a layout.
 struct T_MVSource {
@@ -39,34 +37,34 @@ struct T_MVCommand {
   std::vector<T_MVSource> sources;
 };
 
-// Where in the command a key stands, for the log line about it.
-struct T_Place {
-  const char* kind;  // "layout", "window" or "source"
-  unsigned index;    // of the window or source, in the order given
-};
-
-bool Refuse(const char* key, const T_Place& place, const char* why) {
-  HLOG_ERROR("set multiview,but [%s] of %s %u %s", key, place.kind, place.index, why);
+// place says where in the command the key stands: the layout itself, or "window" or "source" and its number in the
+// order given.
+bool Refuse(const char* key, const std::string& place, const char* why) {
+  HLOG_ERROR("set multiview,but [%s] of %s %s", key, place.c_str(), why);
   return false;
 }
+
+constexpr char kLayout[] = "the layout";
+std::string WindowPlace(size_t number) { return "window " + std::to_string(number); }
+std::string SourcePlace(size_t number) { return "source " + std::to_string(number); }
 
 constexpr char kIsMissing[] = "is missing";
 constexpr char kIsOutOfRange[] = "is out of range";
 constexpr char kIsTaken[] = "is taken already";
 constexpr char kIsUnknown[] = "is unknown";
 
-bool ReadNeededInt(const Json::Value& object, const char* key, const T_Place& place, SInt32* pValue) {
+bool ReadNeededInt(const Json::Value& object, const char* key, const std::string& place, SInt32* pValue) {
   return brntjson::GetInt(object, key, *pValue) || Refuse(key, place, kIsMissing);
 }
 
 // The number of a window or a subscription.
-bool ReadNumber(const Json::Value& object, const char* key, const T_Place& place, SInt32* pValue) {
+bool ReadNumber(const Json::Value& object, const char* key, const std::string& place, SInt32* pValue) {
   if (!ReadNeededInt(object, key, place, pValue)) return false;
   return (*pValue >= 0 && *pValue <= kNumberMax) || Refuse(key, place, kIsOutOfRange);
 }
 
 // A width or a height.
-bool ReadExtent(const Json::Value& object, const char* key, const T_Place& place, SInt32* pValue) {
+bool ReadExtent(const Json::Value& object, const char* key, const std::string& place, SInt32* pValue) {
   if (!ReadNeededInt(object, key, place, pValue)) return false;
   return *pValue > 0 || Refuse(key, place, kIsOutOfRange);
 }
@@ -78,16 +76,15 @@ bool IsLayoutName(const std::string& name) {
 }
 
 bool ReadLayout(const Json::Value& multiview, T_MVCommand* pCommand) {
-  const T_Place place = {"layout", 0};
-  if (!brntjson::GetString(multiview, "layout", pCommand->strLayout)) return Refuse("layout", place, kIsMissing);
-  if (!IsLayoutName(pCommand->strLayout)) return Refuse("layout", place, "is no name for a layout");
-  if (!brntjson::GetString(multiview, "scaler", pCommand->strScaler)) return Refuse("scaler", place, kIsMissing);
+  if (!brntjson::GetString(multiview, "layout", pCommand->strLayout)) return Refuse("layout", kLayout, kIsMissing);
+  if (!IsLayoutName(pCommand->strLayout)) return Refuse("layout", kLayout, "is no name for a layout");
+  if (!brntjson::GetString(multiview, "scaler", pCommand->strScaler)) return Refuse("scaler", kLayout, kIsMissing);
   T_VideoTiming timing;
-  if (!ReadVideoTiming(pCommand->strScaler, timing)) return Refuse("scaler", place, kIsUnknown);
+  if (!ReadVideoTiming(pCommand->strScaler, timing)) return Refuse("scaler", kLayout, kIsUnknown);
   if (!brntjson::GetInt(multiview, "width", pCommand->s32Width)) pCommand->s32Width = timing.s32Width;
-  if (pCommand->s32Width <= 0) return Refuse("width", place, kIsOutOfRange);
+  if (pCommand->s32Width <= 0) return Refuse("width", kLayout, kIsOutOfRange);
   if (!brntjson::GetInt(multiview, "height", pCommand->s32Height)) pCommand->s32Height = timing.s32Height;
-  if (pCommand->s32Height <= 0) return Refuse("height", place, kIsOutOfRange);
+  if (pCommand->s32Height <= 0) return Refuse("height", kLayout, kIsOutOfRange);
   return true;
 }
 
@@ -101,8 +98,8 @@ constexpr T_OptionalNumber kOptionalNumbers[] = {
     {"targetSurface", &T_MVWindow::s32TargetSurface},
 };
 
-bool ReadWindow(const Json::Value& json, unsigned index, T_MVWindow* pWindow) {
-  const T_Place place = {"window", index};
+bool ReadWindow(const Json::Value& json, size_t index, T_MVWindow* pWindow) {
+  const std::string place = WindowPlace(index);
   if (!ReadNumber(json, "index", place, &pWindow->s32Index)) return false;
   if (!ReadNeededInt(json, "horizontalPosition", place, &pWindow->s32HorizontalPosition)) return false;
   if (!ReadNeededInt(json, "verticalPosition", place, &pWindow->s32VerticalPosition)) return false;
@@ -117,28 +114,28 @@ bool ReadWindow(const Json::Value& json, unsigned index, T_MVWindow* pWindow) {
 bool ReadWindows(const Json::Value& multiview, T_MVCommand* pCommand) {
   const Json::Value* windows = brntjson::Member(multiview, "windows");
   if (windows == nullptr || !windows->isArray() || windows->empty()) {
-    return Refuse("windows", {"layout", 0}, kIsMissing);
+    return Refuse("windows", kLayout, kIsMissing);
   }
   std::set<SInt32> taken;
   for (const Json::Value& json : *windows) {
     T_MVWindow window;
-    const auto index = static_cast<unsigned>(pCommand->windows.size());
+    const size_t index = pCommand->windows.size();
     if (!ReadWindow(json, index, &window)) return false;
-    if (!taken.insert(window.s32Index).second) return Refuse("index", {"window", index}, kIsTaken);
+    if (!taken.insert(window.s32Index).second) return Refuse("index", WindowPlace(index), kIsTaken);
     pCommand->windows.push_back(window);
   }
   return true;
 }
 
-bool ReadSourceAddress(const T_Place& place, SInt32 stream, T_MVSource* pSource) {
+bool ReadSourceAddress(const std::string& place, SInt32 stream, T_MVSource* pSource) {
   if (pSource->strDevice.empty() || IsNoSourceName(pSource->strDevice)) return true;
   if (pSource->strDevice.size() < kIdLengthMin) return Refuse("sourceDevice", place, kIsOutOfRange);
   const int kind = stream == kFullStream ? kAddressOfVideo0 : kAddressOfVideo1;
   return CBrntDevice::GetMultyAddressFromStr(pSource->strDevice, pSource->strAddress, kind);
 }
 
-bool ReadSource(const Json::Value& json, unsigned index, T_MVSource* pSource) {
-  const T_Place place = {"source", index};
+bool ReadSource(const Json::Value& json, size_t index, T_MVSource* pSource) {
+  const std::string place = SourcePlace(index);
   if (!brntjson::GetString(json, "streamType", pSource->strType)) pSource->strType = kVideoStream;
   if (!brntjson::GetString(json, "sourceDevice", pSource->strDevice)) return Refuse("sourceDevice", place, kIsMissing);
   SInt32 stream = kScaledStream;
@@ -154,12 +151,12 @@ bool ReadSources(const Json::Value& multiview, T_MVCommand* pCommand) {
   std::set<std::pair<std::string, SInt32>> taken;  // the server matches types without regard to case
   for (const Json::Value& json : *sources) {
     T_MVSource source;
-    const auto index = static_cast<unsigned>(pCommand->sources.size());
+    const size_t index = pCommand->sources.size();
     if (!ReadSource(json, index, &source)) return false;
     std::string type;
     StrProcess::Lowercase2Uppercase(source.strType, type);
     if (!taken.emplace(type, source.s32Subscription).second) {
-      return Refuse("subscriptionIndex", {"source", index}, kIsTaken);
+      return Refuse("subscriptionIndex", SourcePlace(index), kIsTaken);
     }
     pCommand->sources.push_back(std::move(source));
   }

@@ -35,24 +35,37 @@ bool SelectMember(Json::Value& body, const char* key, Msg_Box* msg) {
   return true;
 }
 
-// Commands that work on their "streamSubscription".
-int RunAssociation(char** args, Msg_Box* msg, ReuseOperation operation) {
-  if (args[0] == nullptr) return 0;
+// The JSON's "streamSubscription" into the message's body; false, with the reason in the log, when there is none.
+bool TakeSubscription(char** args, Msg_Box* msg) {
+  if (args[0] == nullptr) return false;
   Json::Value body;
-  if (!ParseText(args, &body)) {
-    HLOG_ERROR("can't found parse json : [%s]", kSubscription);
-    return 0;
-  }
-  if (!SelectMember(body, kSubscription, msg)) return 0;
-  return operation(msg->s_deviceid, msg->s_bodyobject);
+  if (ParseText(args, &body)) return SelectMember(body, kSubscription, msg);
+  HLOG_ERROR("can't found parse json : [%s]", kSubscription);
+  return false;
 }
 
-// Commands that work on their whole JSON; false when there is none.
-bool TakeBody(char** args, Msg_Box* msg) {
+int RunAssociation(char** args, Msg_Box* msg, ReuseOperation operation) {
+  return TakeSubscription(args, msg) && operation(msg->s_deviceid, msg->s_bodyobject);
+}
+
+// The whole JSON into the message's body; false, with notJson in the log, when there is none.
+bool TakeBody(char** args, Msg_Box* msg, const char* notJson) {
   if (args[0] == nullptr) return false;
   if (ParseText(args, &msg->s_bodyobject)) return true;
-  HLOG_ERROR("Is not json data");
+  HLOG_ERROR("%s", notJson);
   return false;
+}
+
+// The handler's result for that of its operation, with failure in the log when that was none.
+int OrElse(bool done, const char* failure) {
+  if (!done) HLOG_ERROR("%s", failure);
+  return done;
+}
+
+// Commands that send data.
+int RunOnBody(char** args, Msg_Box* msg, ReuseOperation operation, const char* failure) {
+  if (!TakeBody(args, msg, "Is not json data")) return 0;
+  return OrElse(operation(msg->s_deviceid, msg->s_bodyobject), failure);
 }
 
 // One sub-member of a command and the operation that it goes to.
@@ -88,13 +101,7 @@ const Json::Value* Section(const Json::Value& body, const char* key) {
   return section != nullptr && section->isObject() ? section : nullptr;
 }
 
-// For the handlers of video settings: the JSON into the message's body.
-bool TakeVideoBody(char** args, Msg_Box* msg) {
-  if (args[0] == nullptr) return false;
-  if (ParseText(args, &msg->s_bodyobject)) return true;
-  HLOG_ERROR("video data is not json format");
-  return false;
-}
+constexpr char kVideoNotJson[] = "video data is not json format";
 
 void SwitchIrPower(bool on) {
   if (on) {
@@ -163,7 +170,7 @@ int ApiHandler::SetAssociationsUSB_HIDHandler(char** args, void*, Msg_Box* msg) 
 }
 
 int ApiHandler::SetVideoHandler(char** args, void*, Msg_Box* msg) {
-  if (!TakeVideoBody(args, msg)) return 0;
+  if (!TakeBody(args, msg, kVideoNotJson)) return 0;
   const Json::Value* input = Section(msg->s_bodyobject, "input");
   if (input != nullptr) {
     RunRoutes(msg->s_deviceid, *input, "input", kInputRoutes);
@@ -189,17 +196,11 @@ int ApiHandler::SetSerialHandler(char** args, void*, Msg_Box* msg) {
   g_serialmode = e_mode_to_api;
   ReuseHanler::SetSerialRecvEventPower(msg->s_deviceid, true);
   if (!SelectMember(body, "baud", msg)) return 0;
-  if (ReuseHanler::SetSerialBaud(msg->s_deviceid, msg->s_bodyobject)) return 1;
-  HLOG_ERROR("Set Serial baud fail!!!");
-  return 0;
+  return OrElse(ReuseHanler::SetSerialBaud(msg->s_deviceid, msg->s_bodyobject), "Set Serial baud fail!!!");
 }
 
 int ApiHandler::SetIRHandler(char** args, void*, Msg_Box* msg) {
-  if (args[0] == nullptr) return 0;
-  if (!ParseText(args, &msg->s_bodyobject)) {
-    HLOG_ERROR("Set Ir fail !!! [Is not json data]");
-    return 0;
-  }
+  if (!TakeBody(args, msg, "Set Ir fail !!! [Is not json data]")) return 0;
   const Json::Value* subscription = Section(msg->s_bodyobject, kSubscription);
   std::string device;
   if (subscription != nullptr && brntjson::GetString(*subscription, "deviceID", device) &&
@@ -220,30 +221,19 @@ int ApiHandler::SetHidHandler(char** args, void*, Msg_Box* msg) {
     return 0;
   }
   if (!SelectMember(body, kSubscription, msg)) return 0;
-  if (ReuseHanler::SetAssociationsUSB_HID(msg->s_deviceid, msg->s_bodyobject)) return 1;
-  HLOG_ERROR("HID association fail!!!");
-  return 0;
+  return OrElse(ReuseHanler::SetAssociationsUSB_HID(msg->s_deviceid, msg->s_bodyobject), "HID association fail!!!");
 }
 
 int ApiHandler::SendSerialData(char** args, void*, Msg_Box* msg) {
-  if (!TakeBody(args, msg)) return 0;
-  if (ReuseHanler::SendSerialData2Avp(msg->s_deviceid, msg->s_bodyobject)) return 1;
-  HLOG_ERROR("Send Serial data fail!!!");
-  return 0;
+  return RunOnBody(args, msg, ReuseHanler::SendSerialData2Avp, "Send Serial data fail!!!");
 }
 
 int ApiHandler::SendIrData(char** args, void*, Msg_Box* msg) {
-  if (!TakeBody(args, msg)) return 0;
-  if (ReuseHanler::SendIrData2Avp(msg->s_deviceid, msg->s_bodyobject)) return 1;
-  HLOG_ERROR("Send ir data fail!!!");
-  return 0;
+  return RunOnBody(args, msg, ReuseHanler::SendIrData2Avp, "Send ir data fail!!!");
 }
 
 int ApiHandler::SendCECData(char** args, void*, Msg_Box* msg) {
-  if (!TakeBody(args, msg)) return 0;
-  if (ReuseHanler::SendCECData2Avp(msg->s_deviceid, msg->s_bodyobject)) return 1;
-  HLOG_ERROR("Send CEC data fail!!!");
-  return 0;
+  return RunOnBody(args, msg, ReuseHanler::SendCECData2Avp, "Send CEC data fail!!!");
 }
 
 int ApiHandler::ResetDevice(char**, void*, Msg_Box* msg) {
@@ -259,10 +249,7 @@ int ApiHandler::CmdCoreOnlineHanler(char**, void*, Msg_Box*) {
 }
 
 int ApiHandler::SetHdmiOutAudioSrc(char** args, void*, Msg_Box* msg) {
-  if (!TakeBody(args, msg)) return 0;
-  if (ReuseHanler::SendHdmiOutAudSrc2Avp(msg->s_deviceid, msg->s_bodyobject)) return 1;
-  HLOG_ERROR("set hdmi out audio src data fail!!!");
-  return 0;
+  return RunOnBody(args, msg, ReuseHanler::SendHdmiOutAudSrc2Avp, "set hdmi out audio src data fail!!!");
 }
 
 int ApiHandler::SetMultiviewHandler(char** args, void*, Msg_Box* msg) {
@@ -296,13 +283,7 @@ int ApiHandler::GetAssociationsAllHandler(char**, void*, Msg_Box* msg) {
 }
 
 int ApiHandler::SetAssociationsAllHandler(char** args, void*, Msg_Box* msg) {
-  if (args[0] == nullptr) return 0;
-  Json::Value body;
-  if (!ParseText(args, &body)) {
-    HLOG_ERROR("can't found parse json : [%s]", kSubscription);
-    return 0;
-  }
-  if (!SelectMember(body, kSubscription, msg)) return 0;
+  if (!TakeSubscription(args, msg)) return 0;
   RunRoutes(msg->s_deviceid, msg->s_bodyobject, kSubscription, kAssociationRoutes);
   return 1;
 }
@@ -312,7 +293,7 @@ int ApiHandler::GetVideoInputHandler(char**, void*, Msg_Box* msg) {
 }
 
 int ApiHandler::SetVideoInputHandler(char** args, void*, Msg_Box* msg) {
-  if (!TakeVideoBody(args, msg)) return 0;
+  if (!TakeBody(args, msg, kVideoNotJson)) return 0;
   RunRoutes(msg->s_deviceid, msg->s_bodyobject, "input", kInputRoutes);
   return 1;
 }
@@ -324,7 +305,7 @@ int ApiHandler::GetVideoHandler(char** args, void* userdata, Msg_Box* msg) {
 }
 
 int ApiHandler::SetVideoOutputHandler(char** args, void*, Msg_Box* msg) {
-  if (!TakeVideoBody(args, msg)) return 0;
+  if (!TakeBody(args, msg, kVideoNotJson)) return 0;
   RunRoutes(msg->s_deviceid, msg->s_bodyobject, "output", kOutputRoutes);
   return 1;
 }
@@ -333,9 +314,7 @@ int ApiHandler::GetNetstatHandler(Msg_Box* msg) { return SendCmd2AVP::GetNetstat
 
 int ApiHandler::GetEdidHandler(Msg_Box* msg) {
   if (CheckDirAndFileIsExist(kInputEdidFile) != 0) return 1;
-  if (ReuseHanler::SendEdidCmd(msg->s_deviceid, Json::Value())) return 1;
-  HLOG_ERROR("send edid cmd fail!!!");
-  return 0;
+  return OrElse(ReuseHanler::SendEdidCmd(msg->s_deviceid, Json::Value()), "send edid cmd fail!!!");
 }
 
 int ApiHandler::GetNetstatAndEdidHandler(Msg_Box* msg) { return Post(msg, E_TIMER_GET_NETSTAT_EDID); }

@@ -6,7 +6,7 @@
 
 #include <cstdio>
 #include <fstream>
-#include <functional>
+#include <random>
 #include <set>
 #include <stdexcept>
 #include <string>
@@ -16,6 +16,7 @@
 #include "brntdevice.h"
 #include "brntjson.h"
 #include "commandfixture.h"
+#include "hostile.h"
 #include "reportframe.h"
 
 namespace {
@@ -406,7 +407,7 @@ INSTANTIATE_TEST_SUITE_P(
                      R"({"multiview":{"layout":"quad"}})",
                      0,
                      {},
-                     {"set multiview,but [scaler] of layout 0 is missing"}},
+                     {"set multiview,but [scaler] of the layout is missing"}},
         T_HandlerRow{"PropertyThatIsNoJson", 0x80202, "%s%n", 0, {}, {"property json format err, [%s%n]"}},
         T_HandlerRow{"PropertyOfAReceiver",
                      0x80202,
@@ -489,6 +490,58 @@ INSTANTIATE_TEST_SUITE_P(
                     T_PowerRow{"WrongType", R"({"power12V":1})", {}, ""},
                     T_PowerRow{"JsonNull", R"({"power12V":null})", {}, ""}, T_PowerRow{"Missing", "{}", {}, ""}),
     [](const auto& row) { return std::string(row.param.name); });
+
+// Messages that no well-behaved peer sends. Whatever comes, the next good command works.
+class HostileMessages : public Dispatch {
+ protected:
+  HostileMessages() { BecomeA(e_TRX); }
+
+  static std::uint32_t TagOf(const std::string& name) {
+    const T_CommandTag* command = reportframe::FindCommand(name);
+    return command == nullptr ? 0 : command->tag;
+  }
+
+  void ExpectTheNextCommandToWork() {
+    Requests();
+    EXPECT_EQ(Send(0x50302, R"({"data":"40"})"), 1);
+    EXPECT_THAT(Requests(), ElementsAre(Cec()));
+  }
+};
+
+TEST_F(HostileMessages, WithEveryWrongTypeForEveryKeyAreOutlived) {
+  size_t sent = 0;
+  for (const hostile::T_Row& command : hostile::FullCommands()) {
+    ASSERT_NE(TagOf(command.name), 0u) << command.name;
+    for (const hostile::T_Row& wrong : hostile::WrongTyped(command.bytes)) {
+      Send(TagOf(command.name), wrong.bytes);
+      ++sent;
+    }
+    ExpectTheNextCommandToWork();
+  }
+  EXPECT_GT(sent, 500u);
+}
+
+TEST_F(HostileMessages, WithAnyTextForAnyCommandAreOutlived) {
+  for (const T_CommandTag& command : kCommandTags) {
+    for (const hostile::T_Row& text : hostile::JsonTexts(kTlvTextRoom - 1)) Send(command.tag, text.bytes);
+    ExpectTheNextCommandToWork();
+  }
+}
+
+TEST_F(HostileMessages, ThatAreNoBoxesAreOutlived) {
+  for (const hostile::T_Row& datagram : hostile::Datagrams()) SendBytes(datagram.bytes);
+  ExpectTheNextCommandToWork();
+}
+
+TEST_F(HostileMessages, ThatAreAlmostGoodAreOutlived) {
+  const std::vector<hostile::T_Row> good = hostile::GoodDatagrams();
+  std::mt19937 random(4711);
+  for (size_t i = 0; i < 3000; ++i) {
+    SendBytes(hostile::Mutate(good[i % good.size()].bytes, random));
+    SendBytes(hostile::Noise(300, random));
+  }
+  ExpectTheNextCommandToWork();
+}
 
 // What the "get" commands leave for the caller.
 class Answers : public Dispatch {
