@@ -12,7 +12,9 @@
 
 #include "brntasynctask.h"
 #include "brntcmd.h"
+#include "brntdevice.h"
 #include "brntlog.h"
+#include "brntplatform.h"
 #include "fakeplatform.h"
 #include "logcapture.h"
 #include "udpcmdprocess.h"
@@ -278,6 +280,50 @@ TEST_F(RunMode, TheFrameworkStartsWithTheLog) {
 
 TEST_F(RunMode, UpgradeModeDoesWithoutTheTciLink) {
   EXPECT_EXIT(StartAndTell(true), testing::ExitedWithCode(0), testing::HasSubstr("upgrade mode 1, "));
+}
+
+constexpr char kUpgradeFlag[] = "/var/avpupgrading";
+
+// Upgrade mode with a package of this version on an AV processor that runs version "7"; the folder and the unpacking
+// are real, sleeping is not. The log and the result come on standard error.
+[[noreturn]] void UpgradeTo(const std::string& version, int force) {
+  T_PlatformHooks hooks;
+  hooks.sleepMs = [](SInt64) {};
+  const CScopedPlatform platform(hooks);
+  const std::string make = "cd /tmp && mkdir -p aptovision-metadata && printf '{\"comment\":\"" + version +
+                           "\"}' > aptovision-metadata/vendor.json && "
+                           "zip -qr /customer/firmwares/fw.apz aptovision-metadata";
+  if (CBrntPlatform::RunShell(make) != 0) _exit(3);
+  CBrntDevice* device = CBrntDevice::GetBrntDevByID("0016c04e21e7");
+  device->SetUpgradeFilenameAndCmdFlag("fw.apz", true);
+  {
+    const OSMutexLocker lock(device->m_objMutex);
+    device->m_firmware_version = "7";
+  }
+  Myinitdata.s_deviceid = "0016c04e21e7";
+  Myinitdata.s32ForceUpgrade = force;
+
+  CLogCapture log;
+  unlink(kUpgradeFlag);
+  const int result = RunUpgradeMode();
+  unlink(kUpgradeFlag);
+  for (const T_LogLine& line : log.Lines()) std::fprintf(stderr, "%d %s\n", line.priority, line.text.c_str());
+  std::fprintf(stderr, "result %d\n", result);
+  _exit(0);
+}
+
+TEST_F(RunMode, UpgradeModeTellsOfItsSuccessInTheLogAlone) {
+  EXPECT_EXIT(UpgradeTo("7", 0), testing::ExitedWithCode(0),
+              testing::AllOf(testing::HasSubstr("600 Do AVP Upgrade,Please Wait patiently ...\n"),
+                             testing::HasSubstr("force upgrade [0]"),
+                             testing::EndsWith("600 Do AVP Upgrade Finish,success\nresult 0\n")));
+}
+
+TEST_F(RunMode, UpgradeModeTellsOfItsFailureInTheLogAloneAndHandsTheForceOn) {
+  EXPECT_EXIT(UpgradeTo("7", 1), testing::ExitedWithCode(0),
+              testing::AllOf(testing::HasSubstr("600 Do AVP Upgrade,Please Wait patiently ...\n"),
+                             testing::HasSubstr("force upgrade [1]"),
+                             testing::EndsWith("600 Do AVP Upgrade Finish,failed !!!\nresult 0\n")));
 }
 
 }  // namespace
