@@ -109,8 +109,8 @@ struct T_Error {
 struct T_BrntRsp {
   E_Status eRspStatus = e_status_UNDEFINED;
   SInt32 s32ReqID = 0;
-  std::string strResult;         // "result" written compactly, with a newline at the end
-  T_Error tErrorInfo;            // the top-level "error"
-  Json::Value objResultJson;     // a copy of "result"
-  T_Error tResultErrorInfo;      // the last DEVICE_DISCONNECTED entry of "result"."error"
+  std::string strResult;      // "result" written compactly, with a newline at the end
+  T_Error tErrorInfo;         // the top-level "error"
+  Json::Value objResultJson;  // a copy of "result"
+  T_Error tResultErrorInfo;   // the last DEVICE_DISCONNECTED entry of "result"."error"
 };
