@@ -1,4 +1,4 @@
-# What the demos share; sourced by scripts/demo and scripts/demo-pair inside the sandbox, not run by itself.
+# What the demos share; sourced by scripts/demo and its parts inside the sandbox, not run by itself.
 #
 # Every message passes through show, which prints it for people and keeps it whole in $transcript. A scenario is made of
 # steps (step), what is done (by the caller), and what must be seen after it (expect); finish says how it went.
@@ -36,9 +36,9 @@ missing() {
   failed=$((failed + 1))
 }
 
-# Waits until a line has passed since the last step that matches this pattern.
+# Waits until a line has passed since the last step that matches this pattern; 30 s, or as many as the third argument says.
 expect() {
-  local what=$1 pattern=$2 deadline=$((SECONDS + 30))
+  local what=$1 pattern=$2 deadline=$((SECONDS + ${3:-30}))
   until tail -n "+$((mark + 1))" "$transcript" | grep -qE -- "$pattern"; do
     if [ "$SECONDS" -ge "$deadline" ] || ! alive; then
       missing "$what"
