@@ -61,6 +61,7 @@ UInt32 CBrntCmd::s_u32CurCmdSeq = 0;
 OSMutex& CBrntCmd::s_objMutex = *new OSMutex;
 OSCond& CBrntCmd::s_condOfList = *new OSCond;
 std::map<UInt32, CBrntCmd::T_SyncAnswer>& CBrntCmd::s_mapSeq2CmdRsp = *new std::map<UInt32, T_SyncAnswer>;
+CBrntProxy* CBrntCmd::s_pBrntProxy = nullptr;
 std::atomic<Bool16> CBrntCmd::s_b16Init{0};
 char CBrntCmd::m_requestline[100] = "";
 

@@ -9,6 +9,7 @@
 #include "OSTypes.h"
 #include "brnttypes.h"
 
+class CBrntProxy;
 class OSCond;
 
 // Any thread, but where said. No lock of this class is held while another thread's work is waited for.
@@ -66,6 +67,7 @@ class CBrntCmd {
   static OSMutex& s_objMutex;
   static OSCond& s_condOfList;  // signalled whenever an entry of the map below is settled
   static std::map<UInt32, T_SyncAnswer>& s_mapSeq2CmdRsp GUARDED_BY(s_objMutex);  // one entry per waiting caller
-  static std::atomic<Bool16> s_b16Init;                                           // set once the queue takes commands
-  static char m_requestline[100];                                                 // written before s_b16Init is set
+  static CBrntProxy* s_pBrntProxy;       // unused: the proxy is reached through its own static operations
+  static std::atomic<Bool16> s_b16Init;  // set once the queue takes commands
+  static char m_requestline[100];        // written before s_b16Init is set
 };
