@@ -215,6 +215,24 @@ TEST_F(SyncCmd, WaitersAreSettledEachWithItsOwnAnswer) {
   EXPECT_EQ(otherRsp, kSuccess);
 }
 
+TEST_F(SyncCmd, TheLaterOfTwoWaitersMayBeSettledFirst) {
+  Call();
+  UInt16 otherResult = 99;
+  std::string otherRsp;
+  std::thread other([&] { otherResult = CBrntCmd::DoSynchronizeCmd("id", "/other", e_method_get, "", otherRsp); });
+  ASSERT_TRUE(WaitFor([] { return CBrntProxy::QueuedSyncCmds().size() == 2; }));
+  std::list<T_ZpCmd> queued = CBrntProxy::QueuedSyncCmds();
+  queued.back().RspStatus = e_status_SUCCESS;
+  queued.back().RspBody = "later";
+  CBrntCmd::SettleSynchronizeCmd(queued.back());
+  other.join();
+  EXPECT_EQ(otherResult, 1);
+  EXPECT_EQ(otherRsp, "later");
+  EXPECT_FALSE(m_returned);
+  CBrntCmd::SettleSynchronizeCmd(queued.front());
+  EXPECT_EQ(Result(), 0);
+}
+
 TEST_F(SyncCmd, AnAnswerThatNobodyWaitsForIsDropped) {
   T_ZpCmd cmd;
   cmd.u32CmdSeq = 4000000000U;
