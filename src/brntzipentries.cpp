@@ -29,7 +29,7 @@ constexpr std::size_t kEntryCommentLength = 32;
 constexpr std::size_t kEntryUnixMode = 40;
 
 constexpr UInt32 kCountOf64BitForm = 0xFFFF;
-constexpr UInt8 kMadeByUnix = 3;
+constexpr UInt8 kMadeByDos = 0;
 constexpr UInt32 kEncryptedFlag = 1;
 constexpr off_t kLongestDirectory = 16 * 1024 * 1024;
 
@@ -93,8 +93,9 @@ std::optional<T_Directory> FindDirectory(const CFile& file) {
   return T_Directory{endOffset - static_cast<off_t>(length), length, count};
 }
 
+// unzip takes the mode of several systems for a Unix one.
 bool IsLink(std::string_view record) {
-  if (static_cast<UInt8>(record[kEntryMadeBy]) != kMadeByUnix) return false;
+  if (static_cast<UInt8>(record[kEntryMadeBy]) == kMadeByDos) return false;
   return S_ISLNK(static_cast<mode_t>(Number(record, kEntryUnixMode, 2)));
 }
 

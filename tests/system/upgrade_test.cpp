@@ -1,10 +1,14 @@
 // Upgrade mode: real packages, the marks, the waits in real time, and everything that can be wrong with the endpoint.
+#include <linux/capability.h>
+#include <sys/prctl.h>
+
 #include <algorithm>
 #include <cctype>
 #include <cstdio>
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
+#include <thread>
 
 #include "firmwarepackage.h"
 #include "systemtest.h"
@@ -454,6 +458,10 @@ class UpgradeMark : public Upgrade {
     WritePackage();
     StartBench();
     StartUpgrade();
+    ExpectRefusal(text);
+  }
+
+  void ExpectRefusal(const std::string& text) {
     EXPECT_LE(WaitForTheEnd(), 30'000);
     ExpectOneError(text);
     ExpectUntouched();
@@ -478,9 +486,30 @@ TEST_F(UpgradeMark, WhoseFolderIsMissingIsRefused) {
   Shell("mv /sandbox/var.kept /var");
 }
 
+TEST_F(UpgradeMark, WhosePathIsALoopOfLinksIsRefused) {
+  fs::create_symlink(kMark, kMark);
+  ExpectRefused("set upgrade flag [/var/avpupgrading] error");
+}
+
 TEST_F(UpgradeMark, WhosePathIsAFolderIsRefused) {
   fs::create_directory(kMark);
   ExpectRefused("set upgrade flag [/var/avpupgrading] error");
+}
+
+// The process runs as root, whom no mode keeps out; here it starts without that privilege.
+TEST_F(UpgradeMark, ThatCannotBeReadIsRefused) {
+  WriteFile(kMark, "avpupgrading");
+  fs::permissions(kMark, fs::perms::none);
+  WritePackage();
+  StartBench();
+  std::thread starter([this] {
+    for (const int privilege : {CAP_DAC_OVERRIDE, CAP_DAC_READ_SEARCH}) prctl(PR_CAPBSET_DROP, privilege);
+    StartUpgrade();
+  });
+  starter.join();
+  ExpectRefusal("set upgrade flag [/var/avpupgrading] error");
+  EXPECT_TRUE(Logged("reupgrade flag exist"));
+  EXPECT_TRUE(fs::exists(kMark));
 }
 
 }  // namespace

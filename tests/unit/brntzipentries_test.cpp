@@ -53,7 +53,17 @@ TEST_F(ZipEntries, LinksAndEncryptedEntriesAreTold) {
   EXPECT_TRUE(entries->at(2).bEncrypted);
 }
 
-TEST_F(ZipEntries, AModeOfAnotherSystemIsNoLink) {
+TEST_F(ZipEntries, LinksOfEverySystemThatUnzipMakesLinksOfAreTold) {
+  for (const char system : {'\x02', '\x03', '\x05', '\x10', '\x1e'}) {
+    std::string archive = ZipOf({{"x", "x", 0, 0120777}});
+    archive[archive.find("PK\x01\x02") + 5] = system;
+    const auto entries = Read(archive);
+    ASSERT_TRUE(entries.has_value());
+    EXPECT_TRUE(entries->at(0).bLink) << static_cast<int>(system);
+  }
+}
+
+TEST_F(ZipEntries, AModeOfDosIsNoLink) {
   std::string archive = ZipOf({{"x", "x", 0, 0120777}});
   archive[archive.find("PK\x01\x02") + 5] = 0;  // made by DOS, where these bits mean nothing
   const auto entries = Read(archive);
