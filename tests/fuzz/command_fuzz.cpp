@@ -1,9 +1,12 @@
-// Datagrams from cmd_core, carried out as the master link does, and what they queue for the command worker.
+// Datagrams from cmd_core, carried out as the master link does, and what they queue for the command worker. The first
+// byte chooses a command whose text the others are, so that texts change freely inside sound frames; a byte beyond the
+// commands makes the others a datagram as they stand.
 #include <cstdint>
 #include <string>
 
 #include "brntdevice.h"
 #include "fuzzworld.h"
+#include "tlv_box.h"
 #include "udpcmdprocess.h"
 
 namespace {
@@ -17,6 +20,16 @@ void TakeRole(std::size_t number) {
   device->m_bTRx = number % 3 == 2 ? 1 : 0;
 }
 
+std::string Datagram(const std::uint8_t* data, std::size_t size) {
+  std::string rest(reinterpret_cast<const char*>(data + 1), size - 1);
+  if (data[0] >= kCommandTags.size()) return rest;
+  std::string datagram;
+  tlv_packet(kTlvEnvelopeTag, kCommandTags[data[0]].tag, reinterpret_cast<const unsigned char*>(rest.c_str()),
+             static_cast<int>(rest.size() + 1),
+             [&](const unsigned char* bytes, int count) { datagram.assign(bytes, bytes + count); });
+  return datagram;
+}
+
 }  // namespace
 
 extern "C" int LLVMFuzzerInitialize(int* argc, char*** argv) {
@@ -25,12 +38,13 @@ extern "C" int LLVMFuzzerInitialize(int* argc, char*** argv) {
 }
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-  if (size > kLongestDatagram) return -1;
+  if (size == 0) return -1;
+  std::string datagram = Datagram(data, size);
+  if (datagram.size() > kLongestDatagram) return -1;
   TakeRole(size);
-  std::string datagram(reinterpret_cast<const char*>(data), size);
   Msg_Box box;
   box.s_msg = datagram.data();
-  box.s_msg_len = static_cast<int>(size);
+  box.s_msg_len = static_cast<int>(datagram.size());
   box.s_deviceid = fuzzworld::kLocalDevice;
   DispatchTlv(TlvTaskLists.data(), TlvTaskLists.size(), &box);
   WorkOnce();

@@ -3,10 +3,13 @@
 #include <fstream>
 #include <iostream>
 #include <iterator>
+#include <stdexcept>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "hostile.h"
+#include "msg_tags.h"
 
 namespace {
 
@@ -53,13 +56,25 @@ std::vector<hostile::T_Row> Samples(const fs::path& folder) {
   return samples;
 }
 
+// What stands for the command in the first byte of a seed; see command_fuzz.cpp.
+std::string CommandByte(std::string_view name) {
+  for (std::size_t i = 0; i < kCommandTags.size(); ++i) {
+    if (kCommandTags[i].name == name) return {static_cast<char>(i)};
+  }
+  throw std::invalid_argument("no command " + std::string(name));
+}
+
 void WriteAll(const fs::path& folder, const fs::path& sampleFolder) {
   const std::vector<hostile::T_Row> samples = Samples(sampleFolder);
-  for (const char* target : {"tlv_box_parse_fuzz", "command_fuzz"}) {
-    CCorpus corpus(folder, target);
-    corpus.Add(hostile::Datagrams());
-    corpus.Add(hostile::GoodDatagrams());
-  }
+  CCorpus boxes(folder, "tlv_box_parse_fuzz");
+  boxes.Add(hostile::Datagrams());
+  boxes.Add(hostile::GoodDatagrams());
+
+  CCorpus commands(folder, "command_fuzz");
+  for (const hostile::T_Row& row : hostile::FullCommands()) commands.Add(CommandByte(row.name) + row.bytes);
+  for (const T_CommandTag& tag : kCommandTags) commands.Add(CommandByte(tag.name) + std::string(tag.example));
+  for (const hostile::T_Row& row : hostile::Datagrams()) commands.Add('\xff' + row.bytes);
+  for (const hostile::T_Row& row : hostile::GoodDatagrams()) commands.Add('\xff' + row.bytes);
 
   CCorpus texts(folder, "json_fuzz");
   texts.Add(hostile::JsonTexts(kLongestText));
