@@ -15,6 +15,7 @@
 
 namespace {
 
+constexpr size_t kSentKept = 65536;
 const T_SimError kDisconnected{"DEVICE_DISCONNECTED", "Device is not connected"};
 
 T_SimError UnknownCommand(const std::string& what) { return {"PROTOCOL_NOT_FOUND", "Unknown command " + what}; }
@@ -433,7 +434,6 @@ CApiServer::T_Outcome CApiServer::NetstatLocked(const T_Targets& targets, const 
 
 CApiServer::T_Outcome CApiServer::DeviceOpLocked(const T_Targets& targets, const T_DeviceOp& row,
                                                  const Json::Value& body) {
-  const size_t sentBefore = m_context.sent.size();
   T_Targets changed;
   T_Outcome outcome = ForEachLocked(targets, std::string(row.resultKey), row.eWay, [&](T_Device& device, Json::Value&) {
     if (m_bHung) return HungLocked();
@@ -442,8 +442,18 @@ CApiServer::T_Outcome CApiServer::DeviceOpLocked(const T_Targets& targets, const
     return refusal;
   });
   outcome.changed = changed;
-  if (m_context.sent.size() != sentBefore) m_condChanged.notify_all();
+  KeepSentLocked();
   return outcome;
+}
+
+// Takes over what the operation sent.
+void CApiServer::KeepSentLocked() {
+  if (m_context.sent.empty()) return;
+  m_sentCount += m_context.sent.size();
+  m_sent.insert(m_sent.end(), m_context.sent.begin(), m_context.sent.end());
+  m_context.sent.clear();
+  while (m_sent.size() > kSentKept) m_sent.pop_front();
+  m_condChanged.notify_all();
 }
 
 CApiServer::T_Outcome CApiServer::SetMultiviewLocked(const T_Targets& targets, const Json::Value& body) {
@@ -616,11 +626,10 @@ void CApiServer::SetWay(const T_SimAnswer& way) {
 
 std::vector<T_SentData> CApiServer::SentData() const {
   const std::lock_guard<std::mutex> guard(m_mutex);
-  return m_context.sent;
+  return {m_sent.begin(), m_sent.end()};
 }
 
 bool CApiServer::WaitForSentData(size_t count, int timeoutMs) const {
   std::unique_lock<std::mutex> lock(m_mutex);
-  return m_condChanged.wait_for(lock, std::chrono::milliseconds(timeoutMs),
-                                [&] { return m_context.sent.size() >= count; });
+  return m_condChanged.wait_for(lock, std::chrono::milliseconds(timeoutMs), [&] { return m_sentCount >= count; });
 }

@@ -7,6 +7,7 @@
 #include <json/value.h>
 
 #include <condition_variable>
+#include <deque>
 #include <functional>
 #include <map>
 #include <memory>
@@ -100,6 +101,7 @@ class CApiServer {
   T_Outcome RebootLocked(const T_Targets& targets, const Json::Value& body);
   T_Outcome FactoryLocked(const T_Targets& targets, const Json::Value& body);
   T_Outcome DeviceOpLocked(const T_Targets& targets, const T_DeviceOp& row, const Json::Value& body);
+  void KeepSentLocked();
   T_Outcome ForEachLocked(const T_Targets& targets, const std::string& key, E_ReplyWay way, const T_Serve& serve);
   std::optional<T_SimError> HungLocked() const;  // the refusal while the device answers nothing
   T_Outcome DisconnectedLocked(const T_SimRequest& request);
@@ -138,6 +140,8 @@ class CApiServer {
   E_UpdateOutcome m_eUpdate = e_update_succeeds;
   int m_lastEvent = 0;
   T_OpContext m_context;
+  std::deque<T_SentData> m_sent;
+  size_t m_sentCount = 0;
 
   CSimScheduler m_scheduler;  // last: its actions use the others
 };

@@ -19,7 +19,6 @@
 
 namespace {
 
-constexpr size_t kRequestsKept = 131072;
 constexpr size_t kLinesKept = 65536;
 
 Json::Value StartDocument(const T_AvpSimOptions& options) {
@@ -223,7 +222,7 @@ class CAvpSim::C_Impl {
       const std::lock_guard<std::mutex> guard(m_mutex);
       m_requests.push_back(request);
       ++m_requestCount;
-      if (m_requests.size() > kRequestsKept) m_requests.pop_front();
+      if (m_requests.size() > m_options.requestsKept) m_requests.pop_front();
       const auto script = std::find_if(m_scripts.begin(), m_scripts.end(),
                                        [&](const T_Script& candidate) { return candidate.matcher(request); });
       if (script != m_scripts.end()) {

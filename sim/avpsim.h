@@ -34,6 +34,7 @@ struct T_AvpSimOptions {
   int processingPolls = -1;      // >= 0: requests that may be answered either way are PROCESSING for so many polls
   int processingMs = -1;         // >= 0: ... or for this time
   size_t logLimit = 400;         // longer messages are cut in the log; 0: never
+  size_t requestsKept = 131072;  // recorded requests beyond this are forgotten, the oldest first
 };
 
 // What becomes of the next firmware updates.
@@ -58,7 +59,7 @@ class CAvpSim {
   int TciPort() const;
 
   // --- requests -----------------------------------------------------------------------------------------------------
-  std::vector<T_SimRequest> Requests() const;  // since the last ClearRequests, in order of arrival; the last 131072
+  std::vector<T_SimRequest> Requests() const;  // since the last ClearRequests, in order of arrival
   std::vector<T_SimRequest> Requests(const T_RequestMatcher& matcher) const;
   size_t RequestCount() const;  // since the last ClearRequests
   void ClearRequests();
@@ -120,7 +121,7 @@ class CAvpSim {
   void SetProcessing(const T_SimAnswer& way);
   void SetUpdateOutcome(E_UpdateOutcome outcome);
   void SetFirmware(const Json::Value& packages);  // the array of the firmware listing
-  std::vector<T_SentData> SentData() const;
+  std::vector<T_SentData> SentData() const;       // in order; the last 65536
   bool WaitForSentData(size_t count, int timeoutMs = 5000) const;
 
  private:

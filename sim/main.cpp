@@ -17,6 +17,8 @@
 
 namespace {
 
+constexpr size_t kRequestsKept = 1000;  // it may run for days
+
 void Print(const std::string& line) {
   std::fputs((line + "\n").c_str(), stdout);
   std::fflush(stdout);
@@ -68,6 +70,7 @@ void ServeInput(CSimControl& control, int fdSignals) {
 
 int Play(T_SimArgs args, int fdSignals) {
   args.options.log = Print;
+  args.options.requestsKept = kRequestsKept;
   const auto sim = std::make_unique<CAvpSim>(args.options);
   CSimControl control(*sim);
   for (const std::string& command : args.commands) {

@@ -8,6 +8,7 @@
 namespace {
 
 constexpr size_t kKept = 256;
+constexpr size_t kOpen = 4096;
 constexpr int kHighestId = 0x7ffffffe;
 
 }  // namespace
@@ -15,6 +16,7 @@ constexpr int kHighestId = 0x7ffffffe;
 int CRequestRegistry::Open() {
   m_lastId = m_lastId >= kHighestId ? 1 : m_lastId + 1;
   m_requests[m_lastId] = {};
+  if (m_requests.size() > kOpen + kKept) m_requests.erase(m_requests.begin());
   return m_lastId;
 }
 

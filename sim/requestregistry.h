@@ -1,4 +1,5 @@
-// Request ids and what became of the requests: open ones, and the answers of the last 256 settled ones.
+// Request ids and what became of the requests: open ones, and the answers of the last 256 settled ones. Of requests
+// that are never settled the oldest are forgotten, so that there are never more than 4352 of both.
 //
 // Not locked: the owner keeps it to one thread at a time.
 #pragma once

@@ -241,6 +241,21 @@ TEST_F(AvpSim, ATakenPortIsReported) {
   EXPECT_NE(logged.find("HTTP !! cannot listen on 127.0.0.1:"), std::string::npos) << logged;
 }
 
+TEST(AvpSimStart, KeepsAsManyRequestsAsItIsTold) {
+  T_AvpSimOptions options;
+  options.httpPort = options.tciPort = 0;
+  options.requestsKept = 2;
+  CAvpSim sim(options);
+  ASSERT_TRUE(sim.StartHttp());
+  CHttpClient client(sim.HttpPort());
+  for (const char* path : {"/1", "/2", "/3"}) client.Get(path);
+  const std::vector<T_SimRequest> kept = sim.Requests();
+  ASSERT_EQ(kept.size(), 2u);
+  EXPECT_EQ(kept[0].path, "/2");
+  EXPECT_EQ(sim.RequestCount(), 3u);
+  EXPECT_TRUE(sim.WaitForRequests(3, 0));
+}
+
 TEST(AvpSimStart, RefusesOptionsThatItCannotUse) {
   T_AvpSimOptions options;
   options.role = "TOASTER";

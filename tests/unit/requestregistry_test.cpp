@@ -65,6 +65,13 @@ TEST(RequestRegistry, KeepsTheLast256Results) {
   EXPECT_EQ(registry.Poll(257).answer, "final");
 }
 
+TEST(RequestRegistry, ForgetsTheOldestOfTooManyOpenRequests) {
+  CRequestRegistry registry;
+  for (int i = 0; i < 4353; ++i) registry.Pend(registry.Open(), "final", -1);
+  EXPECT_TRUE(IsUnknown(registry.Poll(1)));
+  EXPECT_TRUE(IsProcessing(registry.Poll(2), 2));
+}
+
 TEST(RequestRegistry, SettlingTwiceKeepsOneResult) {
   CRequestRegistry registry;
   const int first = registry.Open();
