@@ -456,6 +456,28 @@ void CApiServer::KeepSentLocked() {
   m_condChanged.notify_all();
 }
 
+// set:multiview may name its sources, by device. A refusal may leave some of them subscribed to.
+std::optional<T_SimError> CApiServer::SubscribeSourcesLocked(T_Device& device, const Json::Value& sources) {
+  for (const Json::Value& source : sources) {
+    COpArgs args(source);
+    const std::string id = args.Text("source_device");
+    const int stream = args.Int("stream_index", 0, 1);
+    Json::Value request;
+    request["op"] = "subscribe";
+    request["subscription_type"] = "HDMI";
+    request["subscription_index"] = args.Int("subscription_index", 0, 31);
+    T_Device* sender = id.empty() ? nullptr : m_devices.Find(id);
+    Json::Value* found =
+        sender != nullptr ? propertykey::FindElement(sender->document["streams"], "HDMI", stream) : nullptr;
+    if (found == nullptr) args.Refuse(IllegalArgument("Unknown source " + id));
+    if (args.Error()) return args.Error();
+    request["source_address"] = (*found)["configuration"]["address"];
+    std::optional<T_SimError> refusal = deviceops::Find("subscribe")->run(device.document, request, m_context);
+    if (refusal) return refusal;
+  }
+  return std::nullopt;
+}
+
 CApiServer::T_Outcome CApiServer::SetMultiviewLocked(const T_Targets& targets, const Json::Value& body) {
   COpArgs args(body);
   const std::string layout = args.Text("layout");
@@ -464,8 +486,14 @@ CApiServer::T_Outcome CApiServer::SetMultiviewLocked(const T_Targets& targets, c
   T_Targets changed;
   T_Outcome outcome = ForEachLocked(targets, "devices", e_reply_either, [&](T_Device& device, Json::Value&) {
     if (m_bHung) return HungLocked();
-    std::optional<T_SimError> refusal = deviceops::ShowMultiview(device.document, body);
-    if (!refusal) changed.push_back(&device);
+    const Json::Value before = device.document;
+    std::optional<T_SimError> refusal = SubscribeSourcesLocked(device, body["subscriptions"]);
+    if (!refusal) refusal = deviceops::ShowMultiview(device.document, body);
+    if (refusal) {
+      device.document = before;
+    } else {
+      changed.push_back(&device);
+    }
     return refusal;
   });
   outcome.changed = changed;

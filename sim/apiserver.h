@@ -101,6 +101,7 @@ class CApiServer {
   T_Outcome RebootLocked(const T_Targets& targets, const Json::Value& body);
   T_Outcome FactoryLocked(const T_Targets& targets, const Json::Value& body);
   T_Outcome DeviceOpLocked(const T_Targets& targets, const T_DeviceOp& row, const Json::Value& body);
+  std::optional<T_SimError> SubscribeSourcesLocked(T_Device& device, const Json::Value& sources);
   void KeepSentLocked();
   T_Outcome ForEachLocked(const T_Targets& targets, const std::string& key, E_ReplyWay way, const T_Serve& serve);
   std::optional<T_SimError> HungLocked() const;  // the refusal while the device answers nothing

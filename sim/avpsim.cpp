@@ -204,10 +204,13 @@ class CAvpSim::C_Impl {
     m_log.Message(link, direction, text.substr(0, limit) + "... (" + std::to_string(text.size()) + " bytes)");
   }
 
+  void LogRequest(const T_SimRequest& request) {
+    if (m_options.log) LogLine("HTTP", "<-", request.Line());
+  }
+
   T_HttpReply Serve(const std::string& method, const std::string& target, const std::string& body) {
     T_SimRequest request{method, target, body, simjson::Parse(body).value_or(Json::Value()), T_SimClock::now()};
-    LogLine("HTTP", "<-",
-            method + " " + target + (body.empty() ? "" : " ") + body.substr(0, body.find_last_not_of("\r\n") + 1));
+    LogRequest(request);
     const T_SimAnswer answer = Record(request);
     if (answer.iDelayMs > 0) Delay(answer.iDelayMs);
     T_HttpReply reply = Reply(request, answer);
@@ -255,6 +258,7 @@ class CAvpSim::C_Impl {
   }
 
   void LogReply(const T_HttpReply& reply) {
+    if (!m_options.log) return;
     const std::string status = reply.status == 200 ? "" : std::to_string(reply.status) + " ";
     switch (reply.fault) {
       case e_http_whole:

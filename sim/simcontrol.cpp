@@ -257,8 +257,7 @@ std::string CSimControl::Show(const T_Line& line) {
   if (what == "lines") return Listing(m_sim.TciLines());
   if (what == "requests") {
     for (const T_SimRequest& request : m_sim.Requests()) {
-      lines.push_back(escape::Escape(request.method + " " + request.path + (request.body.empty() ? "" : " ") +
-                                     request.body.substr(0, request.body.find_last_not_of("\r\n") + 1)));
+      lines.push_back(escape::Escape(request.Line()));
     }
     return Listing(lines);
   }

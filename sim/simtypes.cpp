@@ -11,6 +11,10 @@ std::string T_SimRequest::Field(const std::string& key) const {
   return value.isString() || value.isIntegral() ? value.asString() : "";
 }
 
+std::string T_SimRequest::Line() const {
+  return method + " " + path + (body.empty() ? "" : " ") + body.substr(0, body.find_last_not_of("\r\n") + 1);
+}
+
 namespace simmatch {
 
 T_RequestMatcher Any() {

@@ -21,6 +21,8 @@ struct T_SimRequest {
 
   // The body's "op", or "" when it has none.
   std::string Op() const;
+  // Method, path and body on one line, without the body's own end of line.
+  std::string Line() const;
   // A text or whole number member of the body as text; "" when absent.
   std::string Field(const std::string& key) const;
 };

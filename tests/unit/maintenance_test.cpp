@@ -159,6 +159,7 @@ TEST_F(Maintenance, ARebootKeepsTheSettings) {
 TEST_F(Maintenance, AFactoryResetRestoresTheDefaultsAndStopsAll) {
   m_bench.Post(R"({"op":"set:scaler","width":960,"height":540})");
   Settled(m_bench, Begin(m_bench, kUpdate));
+  Settled(m_bench, Begin(m_bench, kReboot));
   const Json::Value settled = Settled(m_bench, Begin(m_bench, kFactory));
   EXPECT_EQ(simjson::Write(settled["result"]), R"({"factory":[{"device_id":"0016c04e21e7"}],"error":[]})");
   EXPECT_EQ(m_bench.Value("nodes[SCALER:0].configuration.width"), "1280");

@@ -58,6 +58,11 @@ TEST(SimRequest, FieldsOfOtherShapesAreEmpty) {
   EXPECT_EQ(Request("GET", "/x", "").Op(), "");
 }
 
+TEST(SimRequest, IsWrittenOnOneLine) {
+  EXPECT_EQ(Request("POST", "/x", "{\"op\":\"stop\"}\n").Line(), R"(POST /x {"op":"stop"})");
+  EXPECT_EQ(Request("GET", "/x", "").Line(), "GET /x");
+}
+
 TEST(SimAnswer, SuccessAndErrorAreWholeEnvelopes) {
   EXPECT_EQ(T_SimAnswer::Success().strBody, R"({"status":"SUCCESS","request_id":null,"result":null,"error":null})");
   const T_SimAnswer error = T_SimAnswer::Error("VERSION", "old", 400);
