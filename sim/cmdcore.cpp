@@ -1,6 +1,5 @@
 #include "cmdcore.h"
 
-#include <arpa/inet.h>
 #include <netinet/in.h>
 #include <poll.h>
 #include <sys/eventfd.h>
@@ -13,6 +12,7 @@
 #include <thread>
 #include <utility>
 
+#include "inetaddress.h"
 #include "simlog.h"
 
 namespace {
@@ -20,14 +20,6 @@ namespace {
 constexpr size_t kReceiveRoom = 65536;
 constexpr int kReceiveBuffer = 1 << 20;  // a burst of reports survives a slow reader
 constexpr std::uint32_t kOnlineTag = 0x90503;
-
-sockaddr_in Address(const std::string& ip, int port) {
-  sockaddr_in address{};
-  address.sin_family = AF_INET;
-  address.sin_port = htons(static_cast<std::uint16_t>(port));
-  inet_pton(AF_INET, ip.c_str(), &address.sin_addr);
-  return address;
-}
 
 }  // namespace
 
@@ -49,7 +41,7 @@ class CCmdCore::C_Impl {
     m_fdReceive = socket(AF_INET, SOCK_DGRAM | SOCK_CLOEXEC, 0);
     setsockopt(m_fdReceive, SOL_SOCKET, SO_RCVBUF, &kReceiveBuffer, sizeof kReceiveBuffer);
     const int port = ReportPort() > 0 ? ReportPort() : m_options.reportPort;
-    sockaddr_in address = Address(m_options.ip, port);
+    sockaddr_in address = InetAddress(m_options.ip, port);
     socklen_t length = sizeof address;
     if (bind(m_fdReceive, reinterpret_cast<sockaddr*>(&address), length) != 0 ||
         getsockname(m_fdReceive, reinterpret_cast<sockaddr*>(&address), &length) != 0) {
@@ -91,7 +83,7 @@ class CCmdCore::C_Impl {
       const std::lock_guard<std::mutex> guard(m_mutex);
       port = m_commandPort;
     }
-    const sockaddr_in address = Address(m_options.ip, port);
+    const sockaddr_in address = InetAddress(m_options.ip, port);
     return sendto(m_fdSend, bytes.data(), bytes.size(), MSG_NOSIGNAL, reinterpret_cast<const sockaddr*>(&address),
                   sizeof address) == static_cast<ssize_t>(bytes.size());
   }

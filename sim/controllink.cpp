@@ -1,6 +1,5 @@
 #include "controllink.h"
 
-#include <arpa/inet.h>
 #include <netinet/in.h>
 #include <poll.h>
 #include <sys/eventfd.h>
@@ -9,17 +8,11 @@
 
 #include <vector>
 
+#include "inetaddress.h"
+
 namespace {
 
 constexpr size_t kLargest = 65507;  // of a datagram
-
-sockaddr_in Address(const std::string& ip, int port) {
-  sockaddr_in address{};
-  address.sin_family = AF_INET;
-  address.sin_port = htons(static_cast<std::uint16_t>(port));
-  inet_pton(AF_INET, ip.c_str(), &address.sin_addr);
-  return address;
-}
 
 }  // namespace
 
@@ -29,7 +22,7 @@ bool CControlLink::Start(const std::string& ip, int port) {
   const std::lock_guard<std::mutex> guard(m_mutex);
   if (m_thread.joinable()) return true;
   m_fd = socket(AF_INET, SOCK_DGRAM | SOCK_CLOEXEC, 0);
-  sockaddr_in address = Address(ip, port);
+  sockaddr_in address = InetAddress(ip, port);
   socklen_t length = sizeof address;
   if (bind(m_fd, reinterpret_cast<sockaddr*>(&address), length) != 0 ||
       getsockname(m_fd, reinterpret_cast<sockaddr*>(&address), &length) != 0) {
@@ -76,7 +69,7 @@ void CControlLink::Serve() {
 std::optional<std::string> CControlLink::Ask(const std::string& ip, int port, const std::string& command,
                                              int timeoutMs) {
   const int fd = socket(AF_INET, SOCK_DGRAM | SOCK_CLOEXEC, 0);
-  const sockaddr_in address = Address(ip, port);
+  const sockaddr_in address = InetAddress(ip, port);
   std::optional<std::string> answer;
   // A connected socket learns at once that nobody listens.
   if (connect(fd, reinterpret_cast<const sockaddr*>(&address), sizeof address) == 0 &&

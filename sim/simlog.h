@@ -19,3 +19,6 @@ class CSimLog {
   const T_SimLogSink m_sink;
   std::mutex m_mutex;  // one line at a time
 };
+
+// When that was, on this machine's clock of the day: "12:03:04.125".
+std::string TimeOfDay(T_SimClock::time_point time);

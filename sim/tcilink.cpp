@@ -1,6 +1,5 @@
 #include "tcilink.h"
 
-#include <arpa/inet.h>
 #include <netinet/in.h>
 #include <netinet/tcp.h>
 #include <poll.h>
@@ -15,6 +14,8 @@
 #include <thread>
 #include <utility>
 #include <vector>
+
+#include "inetaddress.h"
 
 namespace {
 
@@ -51,10 +52,7 @@ class CTciLink::C_Impl {
     m_fdListen = socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
     const int on = 1;
     setsockopt(m_fdListen, SOL_SOCKET, SO_REUSEADDR, &on, sizeof on);
-    sockaddr_in address{};
-    address.sin_family = AF_INET;
-    address.sin_port = htons(static_cast<std::uint16_t>(port));
-    inet_pton(AF_INET, ip.c_str(), &address.sin_addr);
+    sockaddr_in address = InetAddress(ip, port);
     socklen_t length = sizeof address;
     if (bind(m_fdListen, reinterpret_cast<sockaddr*>(&address), length) != 0 || listen(m_fdListen, kBacklog) != 0 ||
         getsockname(m_fdListen, reinterpret_cast<sockaddr*>(&address), &length) != 0) {

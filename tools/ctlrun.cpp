@@ -2,7 +2,6 @@
 
 #include <chrono>
 #include <cstdio>
-#include <ctime>
 #include <string>
 #include <variant>
 
@@ -11,6 +10,7 @@
 #include "escape.h"
 #include "msg_tags.h"
 #include "simcontrol.h"
+#include "simlog.h"
 
 namespace {
 
@@ -24,20 +24,6 @@ std::string Hex(const std::string& bytes) {
     std::snprintf(pair, sizeof pair, "%02x", static_cast<unsigned char>(c));
     text += (text.empty() ? "" : " ") + std::string(pair);
   }
-  return text;
-}
-
-// When the report came, on this machine's clock of the day.
-std::string TimeOfDay(T_SimClock::time_point time) {
-  const auto ago = T_SimClock::now() - time;
-  const auto then = std::chrono::system_clock::now() - std::chrono::duration_cast<std::chrono::milliseconds>(ago);
-  const std::time_t seconds = std::chrono::system_clock::to_time_t(then);
-  const auto ms = std::chrono::duration_cast<std::chrono::milliseconds>(then.time_since_epoch()).count() % 1000;
-  std::tm local{};
-  localtime_r(&seconds, &local);
-  char text[32];
-  std::snprintf(text, sizeof text, "%02d:%02d:%02d.%03d", local.tm_hour, local.tm_min, local.tm_sec,
-                static_cast<int>(ms));
   return text;
 }
 

@@ -21,4 +21,11 @@ TEST(SimLog, MayHaveNoSink) {
   EXPECT_NO_THROW(log.Message("TCI", "->", "mode"));
 }
 
+TEST(SimLog, ToldTimesLieApartAsTheyDid) {
+  const auto now = T_SimClock::now();
+  EXPECT_THAT(TimeOfDay(now), testing::MatchesRegex("[0-9]+:[0-9]+:[0-9]+\\.[0-9]+"));
+  EXPECT_EQ(TimeOfDay(now).size(), 12u);
+  EXPECT_NE(TimeOfDay(now), TimeOfDay(now - std::chrono::seconds(7)));
+}
+
 }  // namespace
