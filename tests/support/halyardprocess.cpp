@@ -17,7 +17,7 @@ extern char** environ;
 
 namespace {
 
-constexpr char kOutputPath[] = "/tmp/halyard.output";
+constexpr char kOutputPath[] = "/sandbox/halyard.output";
 constexpr int kPollMs = 10;
 
 constexpr const char* kSanitizerMarks[] = {"AddressSanitizer", "LeakSanitizer", "ThreadSanitizer", "runtime error:"};
@@ -125,4 +125,8 @@ std::optional<long> CHalyardProcess::CpuMs() const {
   return (user + system) * 1000 / sysconf(_SC_CLK_TCK);
 }
 
-std::string CHalyardProcess::Path() { return HALYARD_BINARY_DIR "/halyard"; }
+std::string CHalyardProcess::Path() {
+  // The sandbox's own way to the project: the checkout may lie below a folder that a test mounts something over.
+  const std::string build = std::string(HALYARD_BINARY_DIR).substr(std::string(HALYARD_SOURCE_DIR).size());
+  return "/sandbox/project" + build + "/halyard";
+}

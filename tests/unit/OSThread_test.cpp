@@ -130,12 +130,13 @@ TEST(Thread, TakesABiggerStackWhenAskedTo) {
 }
 
 TEST(Thread, TakesItsNicenessAlone) {
+  const int before = getpriority(PRIO_PROCESS, static_cast<id_t>(gettid()));
   int inside = 0;
   CThread thread([&](CThread&) { inside = getpriority(PRIO_PROCESS, static_cast<id_t>(gettid())); }, 0, 5);
   thread.Start();
   thread.StopAndWaitForThread();
   EXPECT_EQ(inside, 5);
-  EXPECT_EQ(getpriority(PRIO_PROCESS, static_cast<id_t>(gettid())), 0);
+  EXPECT_EQ(getpriority(PRIO_PROCESS, static_cast<id_t>(gettid())), before);
 }
 
 TEST(Thread, ShowsTheFirst15CharactersOfItsName) {
