@@ -32,7 +32,7 @@ set(CPACK_DEBIAN_PACKAGE_PRIORITY optional)
 # Written out, so that a cross-built package says the same.
 set(CPACK_DEBIAN_PACKAGE_DEPENDS
   "libc6 (>= 2.36), libstdc++6 (>= 12), libgcc-s1, libjsoncpp25, liblog4cpp5v5, libcurl4, libavahi-client3, libavahi-common3")
-set(CPACK_DEBIAN_PACKAGE_RECOMMENDS "avahi-daemon")
+set(CPACK_DEBIAN_PACKAGE_RECOMMENDS "avahi-daemon, unzip")
 set(CPACK_DEBIAN_PACKAGE_CONTROL_STRICT_PERMISSION ON)
 set(CPACK_DEBIAN_PACKAGE_CONTROL_EXTRA
   "${CMAKE_SOURCE_DIR}/packaging/postinst;${CMAKE_SOURCE_DIR}/packaging/prerm;${CMAKE_SOURCE_DIR}/packaging/conffiles")
