@@ -5,7 +5,6 @@
 #include <algorithm>
 #include <charconv>
 #include <chrono>
-#include <ctime>
 
 #include "netstat.h"
 #include "opargs.h"
@@ -100,24 +99,6 @@ Json::Value EdidEntry(const T_Device& device) {
   return entry;
 }
 
-// A final answer of a request carries the request's id; what is no sound envelope goes as it is.
-std::string WithRequestId(const std::string& body, int id) {
-  const std::optional<Json::Value> envelope = simjson::Parse(body);
-  if (!envelope || !envelope->isObject() || !envelope->isMember("request_id")) return body;
-  const Json::Value& status = simjson::Member(*envelope, "status");
-  const Json::Value& error = simjson::Member(*envelope, "error");
-  const Json::Value& reason = simjson::Member(error, "reason");
-  const Json::Value& message = simjson::Member(error, "message");
-  if (!status.isString() || !(error.isNull() || (reason.isString() && message.isString()))) return body;
-  std::optional<T_SimError> carried;
-  if (error.isObject()) carried = T_SimError{reason.asString(), message.asString()};
-  return simjson::Envelope(status.asString(), id, simjson::Member(*envelope, "result"), carried);
-}
-
-std::string Success(int id, const Json::Value& result) {
-  return simjson::Envelope("SUCCESS", id, result, std::nullopt);
-}
-
 }  // namespace
 
 CApiServer::CApiServer(const T_AvpSimOptions& options, T_Notify notify)
@@ -132,8 +113,7 @@ CApiServer::~CApiServer() { Stop(); }
 
 void CApiServer::Stop() { m_scheduler.Stop(); }
 
-// --- answers
-// ----------------------------------------------------------------------------------------------------------
+// --- answers ---
 
 CApiServer::T_Reply CApiServer::Answer(const T_SimRequest& request, const T_SimAnswer& way) {
   const std::lock_guard<std::mutex> guard(m_mutex);
@@ -160,7 +140,7 @@ CApiServer::T_Reply CApiServer::FinishLocked(const T_Outcome& outcome, const T_S
   if (way.eKind == e_answer_processing) {
     const int id = m_requests.Open();
     std::string final = simjson::Envelope(outcome.error ? "ERROR" : "SUCCESS", id, outcome.result, outcome.error);
-    if (way.pSettled != nullptr) final = WithRequestId(way.pSettled->strBody, id);
+    if (way.pSettled != nullptr) final = simjson::WithRequestId(way.pSettled->strBody, id);
     if (outcome.envelope) final = *outcome.envelope;
     return PendLocked(id, final, way);
   }
@@ -178,7 +158,7 @@ CApiServer::T_Reply CApiServer::FinishLocked(const T_Outcome& outcome, const T_S
     return {200, simjson::Envelope("SUCCESS", std::nullopt, outcome.result, std::nullopt)};
   }
   const int id = m_requests.Open();
-  const std::string final = Success(id, outcome.result);
+  const std::string final = simjson::Success(id, outcome.result);
   if (way.eKind == e_answer_default && m_way.eKind == e_answer_processing) return PendLocked(id, final, m_way);
   SettleLocked(id, final);
   return {200, final};
@@ -215,8 +195,7 @@ CApiServer::T_Outcome CApiServer::DisconnectedLocked(const T_SimRequest& request
   return outcome;
 }
 
-// --- routes
-// -----------------------------------------------------------------------------------------------------------
+// --- routes ---
 
 CApiServer::T_Outcome CApiServer::RouteLocked(const T_SimRequest& request) {
   struct T_Route {
@@ -326,8 +305,7 @@ CApiServer::T_Outcome CApiServer::MultiviewLocked(const T_SimRequest& request, c
   return outcome;
 }
 
-// --- devices
-// ----------------------------------------------------------------------------------------------------------
+// --- devices ---
 
 CApiServer::T_Outcome CApiServer::ListLocked(const T_Targets& targets) {
   T_Outcome outcome;
@@ -498,166 +476,4 @@ CApiServer::T_Outcome CApiServer::SetMultiviewLocked(const T_Targets& targets, c
   });
   outcome.changed = changed;
   return outcome;
-}
-
-// --- events
-// -----------------------------------------------------------------------------------------------------------
-
-void CApiServer::AnnounceLocked(const std::string& type, const Json::Value& deviceId, int requestId) {
-  Json::Value event;
-  event["device_id"] = deviceId;
-  event["event_id"] = ++m_lastEvent;
-  event["event_type"] = type;
-  event["timestamp"] = static_cast<Json::Int64>(std::time(nullptr));
-  event["request_id"] = requestId;
-  Json::Value result;
-  result["events"].append(event);
-  const std::string line = simjson::Envelope("NOTIFICATION", std::nullopt, result, std::nullopt);
-  m_scheduler.After(0, [this, line] { m_notify(line); });
-}
-
-int CApiServer::EventLocked(const std::string& type, const Json::Value& deviceId, const Json::Value& result) {
-  const int id = m_requests.Open();
-  m_requests.Settle(id, Success(id, result));
-  AnnounceLocked(type, deviceId, id);
-  return id;
-}
-
-void CApiServer::CompleteLocked(int id) {
-  if (m_options.autoEvents) AnnounceLocked("REQUEST_COMPLETE", Json::Value(), id);
-}
-
-int CApiServer::SettingsEventLocked(T_Device& device) {
-  Json::Value result;
-  result["devices"].append(device.document);
-  result["error"] = Json::arrayValue;
-  return EventLocked("SETTINGS_CHANGED", device.id, result);
-}
-
-void CApiServer::ChangedLocked(T_Device& device) {
-  m_condChanged.notify_all();
-  if (!m_options.autoEvents || device.settingsPending) return;
-  device.settingsPending = true;
-  const std::string id = device.id;
-  m_scheduler.After(m_options.settingsChangedMs, [this, id] {
-    const std::lock_guard<std::mutex> guard(m_mutex);
-    T_Device* changed = m_devices.Find(id);
-    changed->settingsPending = false;
-    if (changed->connected) SettingsEventLocked(*changed);
-  });
-}
-
-int CApiServer::PushEvent(const std::string& type, const std::string& deviceId, const Json::Value& result) {
-  const std::lock_guard<std::mutex> guard(m_mutex);
-  return EventLocked(type, deviceId.empty() ? Json::Value() : Json::Value(deviceId), result);
-}
-
-int CApiServer::PushEventWithAnswer(const std::string& type, const std::string& deviceId, const T_SimAnswer& answer) {
-  const std::lock_guard<std::mutex> guard(m_mutex);
-  const int id = m_requests.Open();
-  if (answer.eKind == e_answer_processing) {
-    m_requests.Pend(id, Success(id, Json::Value()), answer.iPolls);
-    if (answer.iSettleMs >= 0) SettleLaterLocked(id, answer.iSettleMs);
-  } else {
-    m_requests.Settle(id, WithRequestId(answer.strBody, id));
-  }
-  AnnounceLocked(type, deviceId.empty() ? Json::Value() : Json::Value(deviceId), id);
-  return id;
-}
-
-int CApiServer::PushSettingsChanged(const std::string& deviceId) {
-  const std::lock_guard<std::mutex> guard(m_mutex);
-  T_Device* device = m_devices.Find(deviceId);
-  return device != nullptr ? SettingsEventLocked(*device) : 0;
-}
-
-// --- from outside
-// -----------------------------------------------------------------------------------------------------
-
-std::string CApiServer::FirstId() const {
-  const std::lock_guard<std::mutex> guard(m_mutex);
-  return m_devices.FirstId();
-}
-
-std::string CApiServer::KnownId(const std::string& deviceId) const {
-  const std::lock_guard<std::mutex> guard(m_mutex);
-  const T_Device* device = const_cast<CDeviceStore&>(m_devices).Find(deviceId);
-  return device != nullptr ? device->id : deviceId;
-}
-
-Json::Value CApiServer::Device(const std::string& deviceId) const {
-  const std::lock_guard<std::mutex> guard(m_mutex);
-  const T_Device* device = const_cast<CDeviceStore&>(m_devices).Find(deviceId);
-  return device != nullptr ? device->document : Json::Value();
-}
-
-std::optional<Json::Value> CApiServer::Get(const std::string& key, const std::string& deviceId) const {
-  const Json::Value document = Device(deviceId);
-  const Json::Value* member = propertykey::Find(document, key);
-  if (member == nullptr) return std::nullopt;
-  return *member;
-}
-
-bool CApiServer::WaitForValue(const std::string& key, const Json::Value& value, const std::string& deviceId,
-                              int timeoutMs) const {
-  std::unique_lock<std::mutex> lock(m_mutex);
-  return m_condChanged.wait_for(lock, std::chrono::milliseconds(timeoutMs), [&] {
-    const T_Device* device = const_cast<CDeviceStore&>(m_devices).Find(deviceId);
-    if (device == nullptr) return false;
-    const Json::Value* member = propertykey::Find(static_cast<const Json::Value&>(device->document), key);
-    return member != nullptr && *member == value;
-  });
-}
-
-bool CApiServer::Load(const Json::Value& document, std::string& reason) {
-  const std::lock_guard<std::mutex> guard(m_mutex);
-  const bool loaded = m_devices.Load(document, reason);
-  m_condChanged.notify_all();
-  return loaded;
-}
-
-void CApiServer::Rename(const std::string& mac) {
-  const std::lock_guard<std::mutex> guard(m_mutex);
-  T_Device* device = m_devices.Find("");
-  samples::SetMac(device->document, mac);
-  samples::SetMac(device->defaults, mac);
-  device->id = mac;
-}
-
-bool CApiServer::Change(const std::string& deviceId, const std::function<bool(T_Device&)>& change) {
-  const std::lock_guard<std::mutex> guard(m_mutex);
-  T_Device* device = m_devices.Find(deviceId);
-  if (device == nullptr || !change(*device)) return false;
-  ChangedLocked(*device);
-  return true;
-}
-
-void CApiServer::SetHung(bool hung) {
-  const std::lock_guard<std::mutex> guard(m_mutex);
-  m_bHung = hung;
-}
-
-void CApiServer::SetUpdateOutcome(E_UpdateOutcome outcome) {
-  const std::lock_guard<std::mutex> guard(m_mutex);
-  m_eUpdate = outcome;
-}
-
-void CApiServer::SetFirmware(const Json::Value& packages) {
-  const std::lock_guard<std::mutex> guard(m_mutex);
-  m_firmware = packages;
-}
-
-void CApiServer::SetWay(const T_SimAnswer& way) {
-  const std::lock_guard<std::mutex> guard(m_mutex);
-  m_way = way;
-}
-
-std::vector<T_SentData> CApiServer::SentData() const {
-  const std::lock_guard<std::mutex> guard(m_mutex);
-  return {m_sent.begin(), m_sent.end()};
-}
-
-bool CApiServer::WaitForSentData(size_t count, int timeoutMs) const {
-  std::unique_lock<std::mutex> lock(m_mutex);
-  return m_condChanged.wait_for(lock, std::chrono::milliseconds(timeoutMs), [&] { return m_sentCount >= count; });
 }

@@ -55,8 +55,7 @@ class CAvpSim::C_Impl {
     m_tci.Stop();
   }
 
-  // --- the links
-  // ------------------------------------------------------------------------------------------------------
+  // --- the links ---
   bool StartHttp() {
     const std::lock_guard<std::mutex> guard(m_mutexStart);
     {
@@ -98,8 +97,7 @@ class CAvpSim::C_Impl {
   CTciLink& Tci() { return m_tci; }
   CApiServer& Api() { return m_api; }
 
-  // --- requests
-  // -------------------------------------------------------------------------------------------------------
+  // --- requests ---
   std::vector<T_SimRequest> Requests(const T_RequestMatcher& matcher) const {
     const std::lock_guard<std::mutex> guard(m_mutex);
     std::vector<T_SimRequest> found;
@@ -151,8 +149,7 @@ class CAvpSim::C_Impl {
     m_scripts.clear();
   }
 
-  // --- TCI
-  // ------------------------------------------------------------------------------------------------------------
+  // --- TCI ---
   std::vector<std::string> TciLines() const {
     const std::lock_guard<std::mutex> guard(m_mutex);
     return {m_lines.begin(), m_lines.end()};

@@ -58,7 +58,7 @@ class CAvpSim {
   int HttpPort() const;  // 0 before the first start
   int TciPort() const;
 
-  // --- requests -----------------------------------------------------------------------------------------------------
+  // --- requests ---
   std::vector<T_SimRequest> Requests() const;  // since the last ClearRequests, in order of arrival
   std::vector<T_SimRequest> Requests(const T_RequestMatcher& matcher) const;
   size_t RequestCount() const;  // since the last ClearRequests
@@ -73,7 +73,7 @@ class CAvpSim {
   void Script(const T_RequestMatcher& matcher, const T_SimAnswer& answer, int times = 1);
   void ClearScripts();
 
-  // --- TCI link -----------------------------------------------------------------------------------------------------
+  // --- TCI link ---
   std::vector<std::string> TciLines() const;  // received since the last ClearTciLines, without their ends
   void ClearTciLines();
   // The first received line that begins so.
@@ -87,7 +87,7 @@ class CAvpSim {
   void DropTci();                  // closes the open connections; new ones are taken
   void SetTciRefuse(bool refuse);  // new connections are accepted and closed at once
 
-  // --- events -------------------------------------------------------------------------------------------------------
+  // --- events ---
   // Registers a request with this result (the whole "result" member; its "error" member where the kind has one) and
   // pushes the notification to every connection in asynchronous mode. Returns the request id. An empty device id is
   // sent as null.
@@ -100,7 +100,7 @@ class CAvpSim {
   int ReceiveCec(const std::string& hex, const std::string& deviceId = "");
   int PushSettingsChanged(const std::string& deviceId = "");
 
-  // --- the device ---------------------------------------------------------------------------------------------------
+  // --- the device ---
   // An empty device id means the first device.
   std::string DeviceId() const;
   Json::Value Device(const std::string& deviceId = "") const;  // a copy of the document; null when unknown

@@ -23,8 +23,7 @@ constexpr size_t kInfraredDigits = 2064;
 
 T_SimError CannotDo(std::string_view node) { return {"DEVICE_TYPE", "The device has no " + std::string(node)}; }
 
-// --- streams and subscriptions
-// ----------------------------------------------------------------------------------------
+// --- streams and subscriptions ---
 
 // Two flags and an address say whether a stream or subscription runs, and from or to where.
 void Run(Json::Value& stream, const std::string& address) {
@@ -127,8 +126,7 @@ T_Refusal Leave(Json::Value& device, const Json::Value& body, T_OpContext&) {
   return IllegalArgument("No subscription " + type + (index >= 0 ? ":" + std::to_string(index) : ""));
 }
 
-// --- properties
-// -------------------------------------------------------------------------------------------------------
+// --- properties ---
 
 // Settings that take one of a few texts, by the key's last member. Written as the document writes them.
 struct T_TextChoices {
@@ -256,8 +254,7 @@ T_Refusal SetProperty(Json::Value& device, const Json::Value& body, T_OpContext&
   return refusal;
 }
 
-// --- video
-// ------------------------------------------------------------------------------------------------------------
+// --- video ---
 
 T_Refusal SetEdid(Json::Value& device, const Json::Value& body, T_OpContext&) {
   COpArgs args(body);
@@ -376,8 +373,7 @@ T_Refusal SetVideo(Json::Value& device, const Json::Value& body, T_OpContext&) {
   return std::nullopt;
 }
 
-// --- data
-// -------------------------------------------------------------------------------------------------------------
+// --- data ---
 
 T_Refusal SendRs232(Json::Value& device, const Json::Value& body, T_OpContext& context) {
   COpArgs args(body);

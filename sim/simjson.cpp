@@ -163,6 +163,23 @@ std::string Envelope(std::string_view status, std::optional<int> requestId, cons
   return out + "}";
 }
 
+std::string Success(int requestId, const Json::Value& result) {
+  return Envelope("SUCCESS", requestId, result, std::nullopt);
+}
+
+std::string WithRequestId(const std::string& body, int requestId) {
+  const std::optional<Json::Value> envelope = Parse(body);
+  if (!envelope || !envelope->isObject() || !envelope->isMember("request_id")) return body;
+  const Json::Value& status = Member(*envelope, "status");
+  const Json::Value& error = Member(*envelope, "error");
+  const Json::Value& reason = Member(error, "reason");
+  const Json::Value& message = Member(error, "message");
+  if (!status.isString() || !(error.isNull() || (reason.isString() && message.isString()))) return body;
+  std::optional<T_SimError> carried;
+  if (error.isObject()) carried = T_SimError{reason.asString(), message.asString()};
+  return Envelope(status.asString(), requestId, Member(*envelope, "result"), carried);
+}
+
 const Json::Value& Member(const Json::Value& object, const char* key) {
   static const Json::Value absent;
   return object.isObject() ? object[key] : absent;

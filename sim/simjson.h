@@ -19,6 +19,11 @@ std::string Write(const Json::Value& value);
 std::string Envelope(std::string_view status, std::optional<int> requestId, const Json::Value& result,
                      const std::optional<T_SimError>& error);
 
+// The envelope of a request that was carried out.
+std::string Success(int requestId, const Json::Value& result);
+// A final answer of a request carries the request's id; what is no sound envelope stays as it is.
+std::string WithRequestId(const std::string& body, int requestId);
+
 // The member of an object, or null (a static value) for anything else.
 const Json::Value& Member(const Json::Value& object, const char* key);
 }  // namespace simjson

@@ -17,8 +17,7 @@ const char kSetMode[] = R"({"op":"set:property","key":"configuration.device_mode
 
 std::string Text(const Json::Value& value) { return simjson::Write(value); }
 
-// --- envelope and ids
-// -------------------------------------------------------------------------------------------------
+// --- envelope and ids ---
 
 TEST(ApiEnvelope, HasAllFourMembersInOrder) {
   CApiBench bench;
@@ -127,8 +126,7 @@ TEST(ApiProcessing, IsRepeatedForAnIdThatIsPolled) {
   EXPECT_EQ(answer["request_id"], 1);
 }
 
-// --- refusals
-// ---------------------------------------------------------------------------------------------------------
+// --- refusals ---
 
 struct T_Refusal {
   const char* name;
@@ -188,8 +186,7 @@ TEST(ApiRefusal, NamesTheKeyThatIsMissing) {
   EXPECT_EQ(answer["error"]["message"], "No value for key stream_index");
 }
 
-// --- devices
-// ----------------------------------------------------------------------------------------------------------
+// --- devices ---
 
 TEST(ApiDevice, GivesItsVersion) {
   CApiBench bench;
@@ -392,8 +389,7 @@ TEST(ApiOperation, ADocumentOfAnUnknownShapeIsNoCrash) {
             "INTERNAL");
 }
 
-// --- firmware and multiview
-// -------------------------------------------------------------------------------------------
+// --- firmware and multiview ---
 
 TEST(ApiFirmware, ListsThePackages) {
   CApiBench bench;
@@ -440,8 +436,7 @@ const std::vector<T_Refusal> kMultiviewRefusals = {
 INSTANTIATE_TEST_SUITE_P(Multiview, ApiRefusal, testing::ValuesIn(kMultiviewRefusals),
                          [](const auto& row) { return row.param.name; });
 
-// --- events
-// -----------------------------------------------------------------------------------------------------------
+// --- events ---
 
 TEST(ApiEvents, EveryRequestWithAnIdIsAnnounced) {
   CApiBench bench;
@@ -542,8 +537,7 @@ TEST(ApiEvents, MayStillBeProcessed) {
   EXPECT_EQ(bench.AnswerOf(event)["status"], "PROCESSING");
 }
 
-// --- from outside
-// -----------------------------------------------------------------------------------------------------
+// --- from outside ---
 
 TEST(ApiOutside, ValuesCanBeWaitedFor) {
   CApiBench bench;

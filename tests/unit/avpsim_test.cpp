@@ -68,8 +68,7 @@ class AvpSim : public testing::Test {
   std::unique_ptr<CHttpClient> m_client;
 };
 
-// --- requests
-// ---------------------------------------------------------------------------------------------------------
+// --- requests ---
 
 TEST_F(AvpSim, RecordsEachRequest) {
   const auto before = T_SimClock::now();
@@ -125,8 +124,7 @@ TEST_F(AvpSim, WaitsForTheEffectOfARequest) {
   later.join();
 }
 
-// --- scripts
-// ----------------------------------------------------------------------------------------------------------
+// --- scripts ---
 
 TEST_F(AvpSim, AScriptAnswersTheNextMatchingRequest) {
   m_sim->Script(simmatch::Op("subscribe"), T_SimAnswer::Error("INVALID_STATE", "No"));
@@ -202,8 +200,7 @@ TEST_F(AvpSim, AllRequestsMayBeProcessingFirst) {
   EXPECT_EQ(Status(Post(kSubscribe)), "SUCCESS");
 }
 
-// --- starting and stopping
-// --------------------------------------------------------------------------------------------
+// --- starting and stopping ---
 
 TEST_F(AvpSim, TheServerMayBeAbsentAndComeBack) {
   m_sim->StopHttp();
@@ -278,8 +275,7 @@ TEST(AvpSimStart, PlaysTheDeviceThatItIsGiven) {
   EXPECT_EQ(sim.HttpPort(), 0) << "nothing is started";
 }
 
-// --- the text link
-// ----------------------------------------------------------------------------------------------------
+// --- the text link ---
 
 TEST_F(AvpSim, RecordsTheLinesOfTheTextLink) {
   CTcpPeer peer(m_sim->TciPort());
@@ -336,8 +332,7 @@ TEST_F(AvpSim, EventsGoToAsynchronousConnectionsOnly) {
   EXPECT_EQ(silent.Line(), "end");
 }
 
-// --- events
-// -----------------------------------------------------------------------------------------------------------
+// --- events ---
 
 TEST_F(AvpSim, ANotificationHasItsForm) {
   const auto peer = Listener();
@@ -382,8 +377,7 @@ TEST_F(AvpSim, AFailedRequestOfAnEventCanBePlayed) {
   EXPECT_EQ(AnswerOf(Event(*peer, "RS232_RECEIVED"))["status"], "ERROR");
 }
 
-// --- the device
-// -------------------------------------------------------------------------------------------------------
+// --- the device ---
 
 TEST_F(AvpSim, AnythingInTheDocumentCanBeSet) {
   const auto peer = Listener();

@@ -37,6 +37,22 @@ TEST(SimJson, AnEnvelopeHasAllItsMembers) {
             R"({"status":"ERROR","request_id":null,"result":null,"error":{"reason":"VERSION","message":"old"}})");
 }
 
+TEST(SimJson, AFinalAnswerCarriesItsRequestsId) {
+  EXPECT_EQ(simjson::Success(7, Json::Value()), R"({"status":"SUCCESS","request_id":7,"result":null,"error":null})");
+  EXPECT_EQ(
+      simjson::WithRequestId(
+          R"({"status":"ERROR","request_id":null,"result":null,"error":{"reason":"VERSION","message":"old"}})", 7),
+      R"({"status":"ERROR","request_id":7,"result":null,"error":{"reason":"VERSION","message":"old"}})");
+}
+
+TEST(SimJson, WhatIsNoSoundEnvelopeStaysAsItIs) {
+  for (const char* text : {"no json", "[1]", R"({"status":"SUCCESS"})", R"({"status":7,"request_id":null})",
+                           R"({"status":"ERROR","request_id":null,"error":"text"})",
+                           R"({"status":"ERROR","request_id":null,"error":{"reason":7,"message":"old"}})"}) {
+    EXPECT_EQ(simjson::WithRequestId(text, 7), text);
+  }
+}
+
 TEST(SimJson, AMemberOfAnythingElseIsNull) {
   EXPECT_TRUE(simjson::Member(Json::Value("text"), "a").isNull());
   EXPECT_TRUE(simjson::Member(Json::Value(Json::arrayValue), "a").isNull());
