@@ -8,6 +8,8 @@
 
 T_SimError IllegalArgument(const std::string& message) { return {"ILLEGAL_ARGUMENT", message}; }
 
+T_SimError DeviceLacks(const std::string& part) { return {"DEVICE_TYPE", "The device has no " + part}; }
+
 namespace {
 
 T_SimError BadValue(const char* key) { return IllegalArgument(std::string("Bad value for key ") + key); }

@@ -9,6 +9,7 @@
 #include "simtypes.h"
 
 T_SimError IllegalArgument(const std::string& message);
+T_SimError DeviceLacks(const std::string& part);  // the operation needs what the device has not
 
 class COpArgs {
  public:

@@ -11,6 +11,8 @@
 
 namespace {
 
+// The operations of sim/deviceops.cpp, propertyops.cpp and videoops.cpp.
+
 // One request on the device of a role, and the members that it must leave so. A refusal names its reason instead.
 struct T_Row {
   const char* name;
