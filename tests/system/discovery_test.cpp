@@ -91,6 +91,7 @@ TEST_F(ServiceDiscovery, TheDeathOfTheDaemonEndsDiscoveryAlone) {
   BringUp();
   m_mdns.PublishAvp(kEncoderA, "10.77.0.9");
   ASSERT_TRUE(Learns(kEncoderA, "10.77.0.9"));
+  ASSERT_TRUE(WaitForLogLine("Thread ID: "));  // of the command worker, the last thread to start
   const long threads = Halyard().StatusNumber("Threads").value_or(0);
   m_mdns.StopDaemon();
   EXPECT_TRUE(WaitForOutput("Server connection failure: Daemon connection failed\n"));
