@@ -36,6 +36,9 @@ class CBrntCmdNotifyHandler {
   // Fills the list of events; false, with the list as far as it got, when the text is no notification.
   bool ParseRsp(const std::string& text);
 
+  // Kept as a hook; it does nothing.
+  void DoRequest() {}
+
   // Hands a handler for the event to the proxy, if its type has one.
   void ProcessEvent(T_BrntEvent& event);
 
