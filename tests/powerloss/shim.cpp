@@ -309,9 +309,10 @@ bool OtherThreadRuns() {
 // --- time -----------------------------------------------------------------------------------------------------------
 
 constexpr int64_t kNs = 1000 * 1000 * 1000;
-constexpr int64_t kSliceNs = 2 * 1000 * 1000;        // real; how often a sleeper moves the clock on
-constexpr int64_t kWaiterSliceNs = 5 * 1000 * 1000;  // real; how often a waiter looks at the clock
-constexpr int64_t kBusyLimitNs = 500 * 1000 * 1000;  // real
+constexpr int64_t kSliceNs = 5 * 1000 * 1000;         // real; how often a sleeper moves the clock on
+constexpr int64_t kWaiterSliceNs = 20 * 1000 * 1000;  // real; how often a waiter looks at the clock
+constexpr int64_t kBusySliceNs = 500 * 1000;          // real; how often a sleeper looks at the other threads
+constexpr int64_t kBusyLimitNs = 100 * 1000 * 1000;   // real
 // Monotonic time of this and more is the time of day: a deadline's clock is told by its size.
 constexpr time_t kTimeOfDay = 1000 * 1000 * 1000;
 
@@ -356,7 +357,7 @@ bool SleepShortened(int64_t ns, Rest rest) {
   }
   const auto busy = [] { return OtherThreadExchanges() || OtherThreadRuns(); };
   for (const int64_t from = RealNs(); busy() && RealNs() - from < kBusyLimitNs;) {
-    if (rest(kSliceNs / 4)) return true;
+    if (rest(kBusySliceNs)) return true;
   }
   MoveClockTo(start + ns);
   return false;
