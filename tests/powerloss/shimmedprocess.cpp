@@ -13,6 +13,8 @@
 #include <stdexcept>
 #include <thread>
 
+#include "entersandbox.h"
+
 extern char** environ;
 
 namespace {
@@ -33,7 +35,7 @@ const char* MomentName(E_KillMoment moment) {
 
 std::vector<std::string> Environment(const T_ShimPlan& plan) {
   std::vector<std::string> variables = {
-      std::string("LD_PRELOAD=") + HALYARD_POWERLOSS_SHIM,
+      "LD_PRELOAD=" + InSandboxProject(HALYARD_POWERLOSS_SHIM),
       std::string("HALYARD_POWERLOSS_JOURNAL=") + kJournalPath,
       "HALYARD_POWERLOSS_KILL=" + std::to_string(plan.killAt) + " " + MomentName(plan.moment),
       "HALYARD_POWERLOSS_SECOND_US=" + std::to_string(plan.usPerSecond),

@@ -26,3 +26,7 @@ int EnterSandbox(int argc, char** argv) {
   std::perror(launcher.c_str());
   return 1;
 }
+
+std::string InSandboxProject(const std::string& path) {
+  return "/sandbox/project" + path.substr(std::string(HALYARD_SOURCE_DIR).size());
+}

@@ -13,6 +13,8 @@
 #include <sstream>
 #include <thread>
 
+#include "entersandbox.h"
+
 extern char** environ;
 
 namespace {
@@ -126,8 +128,4 @@ std::optional<long> CHalyardProcess::CpuMs() const {
   return (user + system) * 1000 / sysconf(_SC_CLK_TCK);
 }
 
-std::string CHalyardProcess::Path() {
-  // The sandbox's own way to the project: the checkout may lie below a folder that a test mounts something over.
-  const std::string build = std::string(HALYARD_BINARY_DIR).substr(std::string(HALYARD_SOURCE_DIR).size());
-  return "/sandbox/project" + build + "/halyard";
-}
+std::string CHalyardProcess::Path() { return InSandboxProject(HALYARD_BINARY_DIR "/halyard"); }
