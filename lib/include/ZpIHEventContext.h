@@ -119,6 +119,7 @@ void ZpIHEventContext<T>::RequestEvent(int bits) {
 
 template <int T>
 void ZpIHEventContext<T>::Register() {
+  ZP_ASSERT(fEventThread != nullptr);
   // After the numbers have wrapped around, one of the first may still be in use.
   do {
     fUniqueID = NextUniqueID();

@@ -41,8 +41,9 @@ class CReaderTask : public ZpIHTask<T> {
 template <int T>
 class CEventFixture : public testing::Test {
  protected:
-  // Contexts of a test are declared in it, so they are cleaned up before the tasks end.
-  void SetUp() override {
+  // In the constructor, so that the sockets of a derived fixture find the event thread. Those of a test are cleaned up
+  // before the tasks end.
+  CEventFixture() {
     ZpIHTaskThreadPool<T>::AddThreads(1);
     ZpIHSelect<T>::select_startevents();
     ZpIHSocket<T>::StartThread();

@@ -421,3 +421,13 @@ TEST_F(EventContext, ManyOpenedAndClosedWhileDataArrivesReachOnlyTheirOwnTask) {
   LetEventsBeDelivered();
   EXPECT_TRUE(m_other.Runs().empty());
 }
+
+TEST(EventContextDeathTest, NeedsTheEventThreadToRegister) {
+  GTEST_FLAG_SET(death_test_style, "threadsafe");
+  EXPECT_DEATH(
+      {
+        ZpIHEventContext<942> context(STDIN_FILENO, nullptr);
+        context.RequestEvent(kEventRead);
+      },
+      "^_Assert: .*lib/include/ZpIHEventContext.h, [0-9]+");
+}

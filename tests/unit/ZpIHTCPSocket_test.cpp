@@ -68,7 +68,6 @@ class CListener {
 class TcpSocket : public CEventFixture<kInstance> {
  protected:
   void SetUp() override {
-    CEventFixture::SetUp();
     ASSERT_EQ(m_socket.Open(), 0);
     ASSERT_EQ(m_socket.Connect(kLoopback, m_listener.Port()), 0);
     m_listener.Accept();

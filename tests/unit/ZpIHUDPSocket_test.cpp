@@ -19,7 +19,6 @@ std::string Text(const StrPtrLen* text) { return {text->Ptr, text->Len}; }
 class UdpSocket : public CEventFixture<kInstance> {
  protected:
   void SetUp() override {
-    CEventFixture::SetUp();
     ASSERT_EQ(m_receiver.Open(), 0);
     ASSERT_EQ(m_receiver.Bind(kLoopback, 0), 0);
     ASSERT_EQ(m_sender.Open(), 0);
