@@ -95,8 +95,9 @@ void RunTimerEvent(const TIMER_EVENT_T& event) {
 }  // namespace
 
 int SetIrCmd(const IR_CMD_T& cmd) {
-  if (!AppendIrCmd(cmd))
-    HLOG_ERROR("ir queue is full, drop data=%s device=%s", cmd.strData.c_str(), cmd.strDevice.c_str());
+  if (!AppendIrCmd(cmd)) {
+    HLOG_ERROR("ir queue is full, dropped %zu characters for device %s", cmd.strData.size(), cmd.strDevice.c_str());
+  }
   return 0;
 }
 
