@@ -27,7 +27,8 @@ constexpr const char* kSanitizerMarks[] = {"AddressSanitizer", "LeakSanitizer", 
 // A report of a sanitizer ends the process; scripts/test may say more.
 void SetSanitizerDefaults() {
   for (const char* name : {"ASAN_OPTIONS", "UBSAN_OPTIONS"}) setenv(name, "halt_on_error=1", 0);
-  setenv("TSAN_OPTIONS", "halt_on_error=1:suppressions='" HALYARD_SOURCE_DIR "/tests/tsan.supp'", 0);
+  const std::string suppressions = InSandboxProject(HALYARD_SOURCE_DIR "/tests/tsan.supp");
+  setenv("TSAN_OPTIONS", ("halt_on_error=1:suppressions='" + suppressions + "'").c_str(), 0);
 }
 
 std::string ReadWhole(const std::string& path) {
