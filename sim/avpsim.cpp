@@ -160,6 +160,11 @@ class CAvpSim::C_Impl {
     m_lines.clear();
   }
 
+  void DropTciAt(const std::string& prefix) {
+    const std::lock_guard<std::mutex> guard(m_mutex);
+    m_dropAt = prefix;
+  }
+
   std::optional<std::string> WaitForTciLine(const std::string& prefix, int timeoutMs) const {
     std::unique_lock<std::mutex> lock(m_mutex);
     std::optional<std::string> found;
@@ -271,14 +276,23 @@ class CAvpSim::C_Impl {
 
   CTciLink::T_Answer TakeLine(const std::string& line) {
     LogLine("TCI", "<-", line);
-    CTciLink::T_Answer answer = m_api.AnswerLine(line);
-    LogLine("TCI", "->", answer.line);
+    bool drop = false;
     {
       const std::lock_guard<std::mutex> guard(m_mutex);
       m_lines.push_back(line);
       if (m_lines.size() > kLinesKept) m_lines.pop_front();
+      drop = m_dropAt && line.rfind(*m_dropAt, 0) == 0;
+      if (drop) m_dropAt.reset();
     }
     m_cond.notify_all();
+    CTciLink::T_Answer answer;
+    if (drop) {
+      answer.bDrop = true;
+      LogLine("TCI", "->", "(hangs up)");
+    } else {
+      answer = m_api.AnswerLine(line);
+      LogLine("TCI", "->", answer.line);
+    }
     return answer;
   }
 
@@ -301,6 +315,7 @@ class CAvpSim::C_Impl {
   size_t m_requestCount = 0;
   std::list<T_Script> m_scripts;
   std::deque<std::string> m_lines;
+  std::optional<std::string> m_dropAt;
   bool m_bHttpStopping = false;
   int m_iHttpPort = 0;
 
@@ -372,6 +387,7 @@ void CAvpSim::PushLine(const std::string& line) { m_pImpl->Push(line); }
 void CAvpSim::PushRaw(const std::string& bytes) { m_pImpl->PushRaw(bytes); }
 void CAvpSim::SetTciSplitMs(int ms) { m_pImpl->Tci().SetSplitMs(ms); }
 void CAvpSim::DropTci() { m_pImpl->Tci().DropAll(); }
+void CAvpSim::DropTciAt(const std::string& prefix) { m_pImpl->DropTciAt(prefix); }
 void CAvpSim::SetTciRefuse(bool refuse) { m_pImpl->Tci().SetRefuse(refuse); }
 
 int CAvpSim::PushEvent(const std::string& type, const std::string& deviceId, const Json::Value& result) {

@@ -84,7 +84,9 @@ class CAvpSim {
   void PushRaw(const std::string& bytes);                             // to every connection, as it is, in one piece
   // Answers and pushed lines leave in two pieces, the CR LF that long after the rest. 0: in one piece.
   void SetTciSplitMs(int ms);
-  void DropTci();                  // closes the open connections; new ones are taken
+  void DropTci();  // closes the open connections; new ones are taken
+  // The next line that begins so is recorded, and its connection closed in the place of an answer.
+  void DropTciAt(const std::string& prefix);
   void SetTciRefuse(bool refuse);  // new connections are accepted and closed at once
 
   // --- events ---

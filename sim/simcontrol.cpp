@@ -73,7 +73,8 @@ const std::vector<CSimControl::T_Command>& CSimControl::Commands() {
       {"get", "[KEY]", "shows a member of the device document, or all of it", 0, &CSimControl::Get},
       {"update", "succeeds | fails | never", "what becomes of the next firmware update", 1, &CSimControl::Update},
       {"firmware", "JSON | none", "the packages that the server lists", 1, &CSimControl::Firmware},
-      {"tci", "drop | refuse | accept | stop | start | split MS | line TEXT", "the text link", 1, &CSimControl::Tci},
+      {"tci", "drop | drop-at TEXT | refuse | accept | stop | start | split MS | line TEXT", "the text link", 1,
+       &CSimControl::Tci},
       {"http", "stop | start", "the HTTP server", 1, &CSimControl::Http},
       {"show", "requests | lines | sent | ports", "what arrived so far", 1, &CSimControl::Show},
       {"help", "", "this text", 0, &CSimControl::HelpText},
@@ -227,6 +228,8 @@ std::string CSimControl::Tci(const T_Line& line) {
   const std::optional<int> number = ParseNumber(data);
   if (what == "drop") {
     m_sim.DropTci();
+  } else if (what == "drop-at" && !data.empty()) {
+    m_sim.DropTciAt(data);
   } else if (what == "refuse" || what == "accept") {
     m_sim.SetTciRefuse(what == "refuse");
   } else if (what == "stop") {
@@ -238,7 +241,7 @@ std::string CSimControl::Tci(const T_Line& line) {
   } else if (what == "line" && !data.empty()) {
     m_sim.PushLine(data);
   } else {
-    return Error("usage: tci drop | refuse | accept | stop | start | split MS | line TEXT");
+    return Error("usage: tci drop | drop-at TEXT | refuse | accept | stop | start | split MS | line TEXT");
   }
   return kOk;
 }

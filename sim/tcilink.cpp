@@ -103,10 +103,7 @@ class CTciLink::C_Impl {
 
   void DropAll() {
     const std::lock_guard<std::mutex> guard(m_mutex);
-    for (T_Session& session : m_sessions) {
-      shutdown(session.fd, SHUT_RDWR);
-      session.gone = true;
-    }
+    for (T_Session& session : m_sessions) Drop(session);
   }
 
   void SetRefuse(bool refuse) {
@@ -120,6 +117,11 @@ class CTciLink::C_Impl {
   }
 
  private:
+  static void Drop(T_Session& session) {
+    shutdown(session.fd, SHUT_RDWR);
+    session.gone = true;
+  }
+
   void SendLocked(int fd, const std::string& text, const std::string& end) {
     if (m_iSplitMs == 0 || end.empty()) return SendAll(fd, text + end);
     SendAll(fd, text);
@@ -186,7 +188,9 @@ class CTciLink::C_Impl {
         lines = TakeLines(session->input);
       }
     }
-    for (const std::string& line : lines) Answer(fd, line);
+    for (const std::string& line : lines) {
+      if (!Answer(fd, line)) break;
+    }
     m_changed();
   }
 
@@ -203,14 +207,20 @@ class CTciLink::C_Impl {
     return lines;
   }
 
-  void Answer(int fd, const std::string& line) {
+  // False when nothing more of the connection is taken.
+  bool Answer(int fd, const std::string& line) {
     const T_Answer answer = m_handler(line);
     const std::lock_guard<std::mutex> guard(m_mutex);
     for (T_Session& session : m_sessions) {
       if (session.fd != fd) continue;
+      if (answer.bDrop) {
+        Drop(session);
+        return false;
+      }
       if (answer.eAsync != T_Answer::e_keep) session.async = answer.eAsync == T_Answer::e_on;
       SendLocked(fd, answer.line, "\r\n");
     }
+    return true;
   }
 
   const T_Handler m_handler;

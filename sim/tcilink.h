@@ -15,6 +15,7 @@ class CTciLink {
   struct T_Answer {
     std::string line;  // sent back with CR LF
     enum E_Async { e_keep = 0, e_on = 1, e_off = 2 } eAsync = e_keep;
+    bool bDrop = false;  // its connection is closed instead
   };
   using T_Handler = std::function<T_Answer(const std::string& line)>;
   using T_Changed = std::function<void()>;  // a connection came, went or changed its mode

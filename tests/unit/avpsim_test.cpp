@@ -314,6 +314,15 @@ TEST_F(AvpSim, RefusesConnectionsWhenToldSo) {
   EXPECT_NE(Listener(), nullptr);
 }
 
+TEST_F(AvpSim, HangsUpAtALineWhenToldSoOnce) {
+  m_sim->DropTciAt("mode async");
+  CTcpPeer peer(m_sim->TciPort());
+  peer.Send("mode async on\r\nnetstat ALL select all\r\n");
+  EXPECT_EQ(peer.Rest(), "");
+  EXPECT_EQ(m_sim->TciLines(), std::vector<std::string>{"mode async on"});
+  EXPECT_NE(Listener(), nullptr);
+}
+
 TEST_F(AvpSim, MaySplitAnswersFromTheirEnd) {
   m_sim->SetTciSplitMs(300);
   CTcpPeer peer(m_sim->TciPort());

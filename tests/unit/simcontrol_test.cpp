@@ -159,6 +159,10 @@ TEST_F(SimControl, TheTextLinkIsDroppedRefusedAndStopped) {
   EXPECT_EQ(Do("tci split 1"), "ok");
   EXPECT_EQ(Do("tci drop"), "ok");
   EXPECT_EQ(peer.Rest(), "");
+  EXPECT_EQ(Do("tci drop-at mode async"), "ok");
+  CTcpPeer second(m_sim.TciPort());
+  second.Send("mode async on\r\n");
+  EXPECT_EQ(second.Rest(), "");
   EXPECT_EQ(Do("tci refuse"), "ok");
   EXPECT_EQ(CTcpPeer(m_sim.TciPort()).Rest(), "");
   EXPECT_EQ(Do("tci accept"), "ok");
@@ -219,7 +223,7 @@ INSTANTIATE_TEST_SUITE_P(Lines, SimControlError,
                                          "fault soon hangup", "fault next dance", "fault next hangup color=red",
                                          "processing", "processing soon", "set", "set configuration.device_name",
                                          "set taste sweet", "get taste", "update", "update maybe", "firmware",
-                                         "firmware text", "tci", "tci dance", "tci split", "tci split x", "tci line",
-                                         "http", "http dance", "show", "show dance"));
+                                         "firmware text", "tci", "tci dance", "tci split", "tci split x", "tci drop-at",
+                                         "tci line", "http", "http dance", "show", "show dance"));
 
 }  // namespace
