@@ -3,6 +3,8 @@
 // OSQueue has no lock of its own. OSQueue_Blocking locks itself and lets a thread wait for an element.
 #pragma once
 
+#include <atomic>
+
 #include "OSCond.h"
 #include "OSMutex.h"
 #include "OSTypes.h"
@@ -77,6 +79,12 @@ class OSQueueIter {
 
 class OSQueue_Blocking {
  public:
+  OSQueue_Blocking() = default;
+  // Waits until every EnQueue that is under way has returned: whoever takes an element may destroy the queue.
+  ~OSQueue_Blocking();
+  OSQueue_Blocking(const OSQueue_Blocking&) = delete;
+  OSQueue_Blocking& operator=(const OSQueue_Blocking&) = delete;
+
   // Appends elem and wakes a waiting thread. Any thread.
   void EnQueue(OSQueueElem* elem) EXCLUDES(m_mutex);
 
@@ -94,4 +102,5 @@ class OSQueue_Blocking {
   OSMutex m_mutex;
   OSCond m_cond;
   OSQueue m_queue GUARDED_BY(m_mutex);
+  std::atomic<UInt32> m_wakers{0};  // threads in EnQueue that have yet to wake someone
 };

@@ -44,10 +44,19 @@ void OSQueue::Remove(OSQueueElem* elem) {
   --m_length;
 }
 
+OSQueue_Blocking::~OSQueue_Blocking() {
+  while (m_wakers != 0) OSThread::ThreadYield();
+}
+
+// The wake-up comes after the lock was given up, or the thread that it wakes would run into the lock at once.
 void OSQueue_Blocking::EnQueue(OSQueueElem* elem) {
-  OSMutexLocker locker(m_mutex);
-  m_queue.EnQueue(elem);
-  m_cond.Signal();  // under the lock: once it is free, whoever takes the element may destroy the queue
+  {
+    OSMutexLocker locker(m_mutex);
+    m_queue.EnQueue(elem);
+    ++m_wakers;
+  }
+  m_cond.Signal();
+  --m_wakers;
 }
 
 OSQueueElem* OSQueue_Blocking::DeQueue() {
