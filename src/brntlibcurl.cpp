@@ -18,6 +18,11 @@ constexpr int kFailed = -2;
 // One for all transfers: they never overlap.
 char s_errorBuffer[CURL_ERROR_SIZE];
 
+// What runs the transfers, made at the first one and kept, since making it costs a sixth of a transfer. Nothing of one
+// transfer is left in it for the next: connections are closed after their only use.
+CURLM* s_driver = nullptr;
+constexpr int kPollMs = 1000;
+
 struct T_CurlCleanup {
   void operator()(CURL* curl) const { curl_easy_cleanup(curl); }
 };
@@ -40,6 +45,7 @@ curl_socket_t OpenSocket(void* /*userData*/, curlsocktype /*purpose*/, curl_sock
 void SetProcessOptions(CURL* curl) {
   curl_easy_setopt(curl, CURLOPT_NOSIGNAL, 1L);
   curl_easy_setopt(curl, CURLOPT_PROXY, "");
+  curl_easy_setopt(curl, CURLOPT_FORBID_REUSE, 1L);
   curl_easy_setopt(curl, CURLOPT_OPENSOCKETFUNCTION, OpenSocket);
 }
 
@@ -122,6 +128,22 @@ CurlHandle NewHandle(const std::string& url, std::string* pBuffer, std::FILE* fp
   return curl;
 }
 
+// What curl_easy_perform does, without making and freeing the driver each time.
+CURLcode Perform(CURL* curl) {
+  if (s_driver == nullptr) s_driver = curl_multi_init();
+  if (curl_multi_add_handle(s_driver, curl) != CURLM_OK) return CURLE_FAILED_INIT;
+  CURLMcode state = CURLM_OK;
+  for (int running = 1; running != 0 && state == CURLM_OK;) {
+    state = curl_multi_perform(s_driver, &running);
+    if (running != 0 && state == CURLM_OK) state = curl_multi_poll(s_driver, nullptr, 0, kPollMs, nullptr);
+  }
+  int left = 0;
+  const CURLMsg* done = curl_multi_info_read(s_driver, &left);  // ours: there is no other transfer
+  const CURLcode result = done == nullptr ? CURLE_FAILED_INIT : done->data.result;
+  curl_multi_remove_handle(s_driver, curl);
+  return result;
+}
+
 int NoHandle(std::string& err) {
   err = "Connection initializion failed\n";
   HLOG_ERROR("Connection initializion failed");
@@ -131,7 +153,7 @@ int NoHandle(std::string& err) {
 int Get(const std::string& url, std::string* pBuffer, std::FILE* fp, std::string& err) {
   const CurlHandle curl = NewHandle(url, pBuffer, fp);
   if (curl == nullptr) return NoHandle(err);
-  if (curl_easy_perform(curl.get()) == CURLE_OK) return kTransferred;
+  if (Perform(curl.get()) == CURLE_OK) return kTransferred;
   err = std::string("Failed to get ") + s_errorBuffer;
   HLOG_ERROR("Failed to get : [%s]", s_errorBuffer);
   return kFailed;
@@ -159,7 +181,11 @@ void Init_Curl_Global() {
   curl_global_init(CURL_GLOBAL_NOTHING);
 }
 
-void Cleanup_Curl_Global() { curl_global_cleanup(); }
+void Cleanup_Curl_Global() {
+  curl_multi_cleanup(s_driver);
+  s_driver = nullptr;
+  curl_global_cleanup();
+}
 
 int Libcurl_Get_Data(const std::string& url, std::string& rsp, std::string& err) {
   return Get(url, &rsp, nullptr, err);
@@ -169,7 +195,7 @@ int Libcurl_Post_Data(const std::string& url, const std::string& body, std::stri
   const CurlHandle curl = NewHandle(url, &rsp, nullptr);
   const CurlList headers(curl_slist_append(nullptr, "Content-Type: application/json"));
   if (curl == nullptr || !SetPost(curl.get(), headers.get(), body)) return NoHandle(err);
-  if (curl_easy_perform(curl.get()) == CURLE_OK) return kTransferred;
+  if (Perform(curl.get()) == CURLE_OK) return kTransferred;
   err = std::string("Failed to post ") + s_errorBuffer;
   HLOG_ERROR("Failed to post : [%s]", s_errorBuffer);
   return kFailed;
@@ -178,7 +204,7 @@ int Libcurl_Post_Data(const std::string& url, const std::string& body, std::stri
 int Libcurl_Delete(const std::string& url, const char* body, std::string& rsp, std::string& err) {
   const CurlHandle curl = NewHandle(url, &rsp, nullptr);
   if (curl == nullptr || !SetDelete(curl.get(), body)) return NoHandle(err);
-  if (curl_easy_perform(curl.get()) == CURLE_OK) return kTransferred;
+  if (Perform(curl.get()) == CURLE_OK) return kTransferred;
   err = std::string("Failed to delete ") + s_errorBuffer;
   HLOG_ERROR("Failed to delete : [%s][%s]", url.c_str(), s_errorBuffer);
   return kFailed;
