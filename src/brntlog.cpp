@@ -7,14 +7,13 @@
 #include <log4cpp/Appender.hh>
 #include <log4cpp/Category.hh>
 #include <log4cpp/OstreamAppender.hh>
-#include <log4cpp/PatternLayout.hh>
 #include <log4cpp/PropertyConfigurator.hh>
 #include <stdexcept>
 #include <string>
 
-namespace {
+#include "brntloglayout.h"
 
-constexpr char kLinePattern[] = "%d{%Y-%m-%d %H:%M:%S.%l} %p %m%n";
+namespace {
 
 log4cpp::Category& LogCategory() {
   static log4cpp::Category& category = log4cpp::Category::getInstance("CATEGORY");
@@ -30,6 +29,12 @@ bool SomethingTakesTheLines() {
   return log4cpp::Appender::reopenAll();
 }
 
+void UseFastLayouts(log4cpp::Category& category, const char* configPath) {
+  for (log4cpp::Appender* appender : category.getAllAppenders()) {
+    if (brntlog::HasLinePattern(configPath, appender->getName())) appender->setLayout(new brntlog::CLineLayout());
+  }
+}
+
 // Whatever a configuration has set up half-way is gone afterwards.
 void UseConsole() {
   log4cpp::Category& category = LogCategory();
@@ -37,11 +42,9 @@ void UseConsole() {
   category.setAdditivity(true);
   category.setPriority(log4cpp::Priority::NOTSET);
 
-  std::cout.setf(std::ios::unitbuf);            // each line shows at once, also in a pipe
-  auto* layout = new log4cpp::PatternLayout();  // owned by the appender
-  layout->setConversionPattern(kLinePattern);
+  std::cout.setf(std::ios::unitbuf);                                     // each line shows at once, also in a pipe
   auto* appender = new log4cpp::OstreamAppender("console", &std::cout);  // owned by the category
-  appender->setLayout(layout);
+  appender->setLayout(new brntlog::CLineLayout());                       // owned by the appender
   log4cpp::Category& root = log4cpp::Category::getRoot();
   root.removeAllAppenders();
   root.setPriority(log4cpp::Priority::INFO);
@@ -55,6 +58,8 @@ namespace brntlog {
 void Configure(const char* configPath) {
   try {
     log4cpp::PropertyConfigurator::configure(configPath);
+    UseFastLayouts(LogCategory(), configPath);
+    UseFastLayouts(log4cpp::Category::getRoot(), configPath);
     if (!SomethingTakesTheLines()) throw std::runtime_error("its log cannot be written");
   } catch (const std::exception& e) {
     std::fprintf(stderr, "log configuration %s: %s; logging to the console\n", configPath, e.what());
@@ -74,6 +79,7 @@ void Write(int priority, const char* file, unsigned line, const char* format, ..
   va_end(args);
 
   std::string text;
+  text.reserve(sizeof buffer);
   if (length >= 0 && static_cast<std::size_t>(length) < sizeof buffer) {
     text.assign(buffer, static_cast<std::size_t>(length));
   } else if (length >= 0) {

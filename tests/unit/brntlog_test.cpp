@@ -12,6 +12,7 @@
 #include <vector>
 
 #include "logcapture.h"
+#include "testfiles.h"
 
 namespace {
 
@@ -94,6 +95,15 @@ TEST_F(LogConfiguration, TheOneOfThePackageWritesTimePriorityAndText) {
   std::getline(log, line);
   EXPECT_THAT(line, testing::ContainsRegex(
                         "^[0-9]{4}-[0-9]{2}-[0-9]{2} [0-9]{2}:[0-9]{2}:[0-9]{2}\\.[0-9]{3} INFO a line --\\[.*\\]$"));
+}
+
+TEST_F(LogConfiguration, MayGiveTheLinesAnotherPattern) {
+  const std::string path =
+      Config({"log4cpp.rootCategory=INFO, a", "log4cpp.appender.a=FileAppender",
+              "log4cpp.appender.a.fileName=" + LogFile(), "log4cpp.appender.a.append=false",
+              "log4cpp.appender.a.layout=PatternLayout", "log4cpp.appender.a.layout.ConversionPattern=<%p %m>%n"});
+  EXPECT_EXIT(ConfigureAndLog(path), testing::ExitedWithCode(0), "^$");
+  EXPECT_THAT(FileText(LogFile()), testing::MatchesRegex("<INFO a line --\\[.*\\]>\n"));
 }
 
 struct T_BadConfig {
