@@ -13,14 +13,30 @@
 
 namespace {
 
-constexpr int kReceiveBuffer = 1 << 20;  // what the process asks for
-
 size_t Append(char* data, size_t size, size_t count, void* text) {
   static_cast<std::string*>(text)->append(data, size * count);
   return size * count;
 }
 
 }  // namespace
+
+void PostOnNewHandle(const std::string& url, const std::string& body) {
+  CURL* handle = curl_easy_init();
+  if (handle == nullptr) return;
+  std::string answer;
+  curl_slist* headers = curl_slist_append(nullptr, "Content-Type: application/json");
+  curl_easy_setopt(handle, CURLOPT_URL, url.c_str());
+  curl_easy_setopt(handle, CURLOPT_NOSIGNAL, 1L);
+  curl_easy_setopt(handle, CURLOPT_PROXY, "");
+  curl_easy_setopt(handle, CURLOPT_HTTPHEADER, headers);
+  curl_easy_setopt(handle, CURLOPT_POST, 1L);
+  curl_easy_setopt(handle, CURLOPT_POSTFIELDS, body.c_str());
+  curl_easy_setopt(handle, CURLOPT_WRITEFUNCTION, Append);
+  curl_easy_setopt(handle, CURLOPT_WRITEDATA, &answer);
+  curl_easy_perform(handle);
+  curl_slist_free_all(headers);
+  curl_easy_cleanup(handle);
+}
 
 CBareLoop::CBareLoop(std::uint16_t port, std::string url, std::string body)
     : m_u16Port(port), m_strUrl(std::move(url)), m_strBody(std::move(body)) {}
@@ -55,24 +71,6 @@ double CBareLoop::CpuUs() {
 void CBareLoop::Run() {
   char buffer[8192];
   while (!m_bStop) {
-    if (recvfrom(m_iSocket, buffer, sizeof buffer, 0, nullptr, nullptr) > 0) Post();
+    if (recvfrom(m_iSocket, buffer, sizeof buffer, 0, nullptr, nullptr) > 0) PostOnNewHandle(m_strUrl, m_strBody);
   }
-}
-
-void CBareLoop::Post() {
-  CURL* handle = curl_easy_init();
-  if (handle == nullptr) return;
-  std::string answer;
-  curl_slist* headers = curl_slist_append(nullptr, "Content-Type: application/json");
-  curl_easy_setopt(handle, CURLOPT_URL, m_strUrl.c_str());
-  curl_easy_setopt(handle, CURLOPT_NOSIGNAL, 1L);
-  curl_easy_setopt(handle, CURLOPT_PROXY, "");
-  curl_easy_setopt(handle, CURLOPT_HTTPHEADER, headers);
-  curl_easy_setopt(handle, CURLOPT_POST, 1L);
-  curl_easy_setopt(handle, CURLOPT_POSTFIELDS, m_strBody.c_str());
-  curl_easy_setopt(handle, CURLOPT_WRITEFUNCTION, Append);
-  curl_easy_setopt(handle, CURLOPT_WRITEDATA, &answer);
-  curl_easy_perform(handle);
-  curl_slist_free_all(headers);
-  curl_easy_cleanup(handle);
 }

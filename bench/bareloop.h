@@ -9,6 +9,11 @@
 #include <string>
 #include <thread>
 
+constexpr int kReceiveBuffer = 1 << 20;  // bytes; what the process asks for
+
+// One POST, its answer read and forgotten. One thread at a time.
+void PostOnNewHandle(const std::string& url, const std::string& body);
+
 class CBareLoop {
  public:
   CBareLoop(std::uint16_t port, std::string url, std::string body);
@@ -23,7 +28,6 @@ class CBareLoop {
 
  private:
   void Run();
-  void Post();
 
   const std::uint16_t m_u16Port;
   const std::string m_strUrl;

@@ -1,5 +1,6 @@
 // How long a command takes through the whole process, and how many a second it carries, beside a bare loop that does
-// only what cannot be left out (bareloop.h). Both get the same datagrams and send to the same server, in turns.
+// only what cannot be left out (bareloop.h), and beside that loop with the task framework's hand-overs between its
+// steps (taskloop.h). All get the same datagrams and send to the same server, in turns.
 //
 //   halyard_bench_command_path [--quick] [--latency N] [--sustained N] [--growth N] [--idle SECONDS]
 //
@@ -18,6 +19,7 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <array>
 #include <chrono>
 #include <cstdio>
 #include <cstdlib>
@@ -33,6 +35,7 @@
 #include "entersandbox.h"
 #include "halyardprocess.h"
 #include "msg_tags.h"
+#include "taskloop.h"
 
 namespace {
 
@@ -41,15 +44,16 @@ using std::chrono::milliseconds;
 
 constexpr std::uint16_t kHalyardPort = 9991;
 constexpr std::uint16_t kBarePort = 9990;
+constexpr std::uint16_t kTasksPort = 9989;
 constexpr char kDeviceId[] = "0016c04e41b2";
 
-// One command, one request; both sides send the same one.
+// One command, one request; all send the same one.
 constexpr std::uint32_t kCommandTag = 0x40402;
 constexpr char kCommandText[] = R"({"streamSubscription":{"deviceID":"none"}})";
 constexpr char kRequestBody[] = "{\"free\":true,\"op\":\"stop\",\"stream_index\":0,\"stream_type\":\"USB_HID\"}\n";
 constexpr std::uint32_t kOnlineTag = 0x90503;
 
-constexpr int kTurns = 10;                 // how often the two change places
+constexpr int kTurns = 10;                 // how often they change places
 constexpr std::uint64_t kWindow = 64;      // commands under way at once in the sustained runs
 constexpr auto kPause = milliseconds(3);   // after a single command: its exchange is over, all threads sleep again
 constexpr auto kRefill = milliseconds(1);  // a window lasts longer than that
@@ -105,15 +109,23 @@ struct T_Times {
   }
 };
 
+// One of those that are measured side by side.
+struct T_Contender {
+  std::uint16_t port;
+  T_Times times;
+  double seconds = 0;  // in the sustained runs
+};
+
 class CCommandPath {
  public:
   explicit CCommandPath(const T_Plan& plan)
       : m_plan(plan),
-        m_bare(kBarePort, std::string("http://127.0.0.1:8080/api/device/") + kDeviceId, kRequestBody),
+        m_bare(kBarePort, Url(), kRequestBody),
+        m_tasks(kTasksPort, Url(), kRequestBody),
         m_strCommand(Datagram(kCommandTag, kCommandText)) {}
 
   bool Run() {
-    if (!m_server.Start() || !m_bare.Start()) return Fail("a port is taken");
+    if (!m_server.Start() || !m_bare.Start() || !m_tasks.Start()) return Fail("a port is taken");
     if (!StartHalyard()) return Fail("the process does not carry commands");
     MeasureIdle();
     const long residentBefore = m_halyard.StatusNumber("VmRSS").value_or(-1);
@@ -126,6 +138,8 @@ class CCommandPath {
   }
 
  private:
+  static std::string Url() { return std::string("http://127.0.0.1:8080/api/device/") + kDeviceId; }
+
   static bool Fail(const char* why) {
     std::fprintf(stderr, "%s\n", why);
     return false;
@@ -182,9 +196,9 @@ class CCommandPath {
 
   bool MeasureLatency() {
     for (int turn = 0; turn < kTurns; ++turn) {
-      for (auto [port, pTimes] : {std::pair{kHalyardPort, &m_halyardTimes}, std::pair{kBarePort, &m_bareTimes}}) {
+      for (T_Contender* contender : Contenders()) {
         for (std::uint64_t i = 0; i < m_plan.latency / kTurns; ++i) {
-          if (!MeasureOne(port, pTimes)) return false;
+          if (!MeasureOne(contender->port, &contender->times)) return false;
         }
       }
     }
@@ -218,12 +232,12 @@ class CCommandPath {
   bool MeasureRate() {
     const double bareCpuBefore = m_bare.CpuUs();
     for (int turn = 0; turn < kTurns; ++turn) {
-      for (auto [port, pSeconds] : {std::pair{kHalyardPort, &m_halyardSeconds}, std::pair{kBarePort, &m_bareSeconds}}) {
+      for (T_Contender* contender : Contenders()) {
         const long cpuBefore = m_halyard.CpuMs().value_or(0);
-        const auto seconds = Carry(port, m_plan.sustained / kTurns);
+        const auto seconds = Carry(contender->port, m_plan.sustained / kTurns);
         if (!seconds) return false;
-        *pSeconds += *seconds;
-        if (port == kHalyardPort) m_halyardCpuMs += m_halyard.CpuMs().value_or(0) - cpuBefore;
+        contender->seconds += *seconds;
+        if (contender == &m_whole) m_halyardCpuMs += m_halyard.CpuMs().value_or(0) - cpuBefore;
         std::this_thread::sleep_for(milliseconds(50));
       }
     }
@@ -231,26 +245,36 @@ class CCommandPath {
     return true;
   }
 
+  std::array<T_Contender*, 3> Contenders() { return {&m_whole, &m_bareLoop, &m_taskLoop}; }
+
+  double Rate(const T_Contender& contender) const { return static_cast<double>(m_plan.sustained) / contender.seconds; }
+
+  static const char* Verdict(bool met) { return met ? "met" : "MISSED"; }
+
   void Print(long residentBefore, long residentWarm) {
-    const double median = m_halyardTimes.Percentile(0.5);
-    const double bareMedian = m_bareTimes.Percentile(0.5);
-    const double rate = static_cast<double>(m_plan.sustained) / m_halyardSeconds;
-    const double bareRate = static_cast<double>(m_plan.sustained) / m_bareSeconds;
+    const double median = m_whole.times.Percentile(0.5);
+    const double bareMedian = m_bareLoop.times.Percentile(0.5);
+    const double tasksMedian = m_taskLoop.times.Percentile(0.5);
     const long residentAfter = m_halyard.StatusNumber("VmRSS").value_or(-1);
     std::printf("%-44s %10s %10s %7s  %s\n", "", "halyard", "bare loop", "ratio", "target");
     std::printf("%-44s %10.1f %10.1f %7.2f  at most %.2f: %s\n", "datagram to request, median (us)", median, bareMedian,
-                median / bareMedian, kMedianTarget, median <= kMedianTarget * bareMedian ? "met" : "MISSED");
+                median / bareMedian, kMedianTarget, Verdict(median <= kMedianTarget * bareMedian));
     std::printf("%-44s %10.1f %10.1f %7.2f\n", "datagram to request, 99th percentile (us)",
-                m_halyardTimes.Percentile(0.99), m_bareTimes.Percentile(0.99),
-                m_halyardTimes.Percentile(0.99) / m_bareTimes.Percentile(0.99));
-    std::printf("%-44s %10.0f %10.0f %7.2f  at least %.2f: %s\n", "commands a second", rate, bareRate, rate / bareRate,
-                kRateTarget, rate >= kRateTarget * bareRate ? "met" : "MISSED");
+                m_whole.times.Percentile(0.99), m_bareLoop.times.Percentile(0.99),
+                m_whole.times.Percentile(0.99) / m_bareLoop.times.Percentile(0.99));
+    std::printf("%-44s %10.0f %10.0f %7.2f  at least %.2f: %s\n", "commands a second", Rate(m_whole), Rate(m_bareLoop),
+                Rate(m_whole) / Rate(m_bareLoop), kRateTarget,
+                Verdict(Rate(m_whole) >= kRateTarget * Rate(m_bareLoop)));
+    std::printf("%-44s %10.1f %10.1f %7.2f\n", "the bare loop behind two tasks, median (us)", tasksMedian, bareMedian,
+                tasksMedian / bareMedian);
+    std::printf("%-44s %10.0f %10.0f %7.2f\n", "the bare loop behind two tasks, a second", Rate(m_taskLoop),
+                Rate(m_bareLoop), Rate(m_taskLoop) / Rate(m_bareLoop));
     const double commands = static_cast<double>(m_plan.sustained);
     std::printf("%-44s %10.1f %10.1f %7.2f\n", "processor time for each of them (us)",
                 1000.0 * static_cast<double>(m_halyardCpuMs) / commands, m_bareCpuUs / commands,
                 1000.0 * static_cast<double>(m_halyardCpuMs) / m_bareCpuUs);
     std::printf("%-44s %10ld %28s%ld: %s\n", "resident memory after it all (KiB)", residentAfter, "below ",
-                kResidentTargetKiB, residentAfter < kResidentTargetKiB ? "met" : "MISSED");
+                kResidentTargetKiB, Verdict(residentAfter < kResidentTargetKiB));
     std::printf("%-44s %10ld %10s before, %ld after %llu commands\n", "resident memory on the way (KiB)",
                 residentBefore, "", residentWarm, static_cast<unsigned long long>(m_plan.latency + m_plan.sustained));
     std::printf("%-44s %10ld\n", "threads", m_halyard.StatusNumber("Threads").value_or(-1));
@@ -260,13 +284,13 @@ class CCommandPath {
   const T_Plan m_plan;
   CBenchServer m_server;
   CBareLoop m_bare;
+  CTaskLoop m_tasks;
   CSender m_sender;
   CHalyardProcess m_halyard;
   const std::string m_strCommand;
-  T_Times m_halyardTimes;
-  T_Times m_bareTimes;
-  double m_halyardSeconds = 0;
-  double m_bareSeconds = 0;
+  T_Contender m_whole{kHalyardPort, {}};
+  T_Contender m_bareLoop{kBarePort, {}};
+  T_Contender m_taskLoop{kTasksPort, {}};
   long m_halyardCpuMs = 0;  // during the sustained runs
   double m_bareCpuUs = 0;
   double m_idlePercent = 0;
