@@ -5,6 +5,7 @@
 #include <cstdio>
 #include <string>
 
+#include "OSThread.h"
 #include "brntasynctask.h"
 #include "brntcmd.h"
 #include "brntlog.h"
@@ -115,6 +116,7 @@ bool DetectRole(const char* path) {
 
 void StartFramework(const char* progName, const char* logConfigPath) {
   brntlog::Configure(logConfigPath);
+  OSThread::SetExceptionHook([](const char* line) { HLOG_ERROR("%s", line); });
   HLOG_INFO("program:%s startup", progName);
   if (Myinitdata.g_upgradeflag) AsyncTask::SetUpgradeMode(1);
   CBrntCmd::Init(kLocalHost, kApiPort, &Myinitdata);

@@ -7,9 +7,11 @@
 #include <cstdio>
 #include <fstream>
 #include <functional>
+#include <stdexcept>
 #include <string>
 #include <vector>
 
+#include "OSThread.h"
 #include "brntasynctask.h"
 #include "brntcmd.h"
 #include "brntdevice.h"
@@ -280,6 +282,25 @@ TEST_F(RunMode, TheFrameworkStartsWithTheLog) {
 
 TEST_F(RunMode, UpgradeModeDoesWithoutTheTciLink) {
   EXPECT_EXIT(StartAndTell(true), testing::ExitedWithCode(0), testing::HasSubstr("upgrade mode 1, "));
+}
+
+class CThrowingThread : public OSThread {
+ protected:
+  void Entry() override { throw std::runtime_error("out of luck"); }
+};
+
+[[noreturn]] void StartAndThrow() {
+  dup2(STDERR_FILENO, STDOUT_FILENO);
+  StartFramework("./halyard", "/nowhere/halyard.conf");
+  CThrowingThread thread;
+  thread.Start();
+  thread.StopAndWaitForThread();
+  _exit(0);
+}
+
+TEST_F(RunMode, WhatAThreadThrowsIsLogged) {
+  EXPECT_EXIT(StartAndThrow(), testing::ExitedWithCode(0),
+              testing::ContainsRegex("\n[^\n]* ERROR [^\n]*: out of luck --\\[src/brntstartup.cpp:"));
 }
 
 constexpr char kUpgradeFlag[] = "/var/avpupgrading";
