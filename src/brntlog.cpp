@@ -1,5 +1,6 @@
 #include "brntlog.h"
 
+#include <algorithm>
 #include <cstdarg>
 #include <cstdio>
 #include <exception>
@@ -14,6 +15,8 @@
 #include "brntloglayout.h"
 
 namespace {
+
+constexpr std::size_t kLongestPlace = 200;  // source file and line behind each text
 
 log4cpp::Category& LogCategory() {
   static log4cpp::Category& category = log4cpp::Category::getInstance("CATEGORY");
@@ -70,6 +73,8 @@ void Configure(const char* configPath) {
 void Write(int priority, const char* file, unsigned line, const char* format, ...) {
   if (!LogCategory().isPriorityEnabled(priority)) return;
 
+  char place[kLongestPlace];
+  const int placeLength = std::snprintf(place, sizeof place, " --[%s:%u]", file, line);
   char buffer[1024];
   std::va_list args;
   va_start(args, format);
@@ -79,21 +84,19 @@ void Write(int priority, const char* file, unsigned line, const char* format, ..
   va_end(args);
 
   std::string text;
-  text.reserve(sizeof buffer);
-  if (length >= 0 && static_cast<std::size_t>(length) < sizeof buffer) {
-    text.assign(buffer, static_cast<std::size_t>(length));
-  } else if (length >= 0) {
-    text.resize(static_cast<std::size_t>(length) + 1);
-    std::vsnprintf(text.data(), text.size(), format, again);
-    text.pop_back();
+  if (length >= 0) {
+    const auto size = static_cast<std::size_t>(length);
+    text.reserve(size + sizeof place);
+    if (size < sizeof buffer) {
+      text.assign(buffer, size);
+    } else {
+      text.resize(size + 1);
+      std::vsnprintf(text.data(), text.size(), format, again);
+      text.pop_back();
+    }
   }
   va_end(again);
-
-  text += " --[";
-  text += file;
-  text += ':';
-  text += std::to_string(line);
-  text += ']';
+  text.append(place, std::min(static_cast<std::size_t>(placeLength), sizeof place - 1));
   LogCategory().log(priority, text);
 }
 
