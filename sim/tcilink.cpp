@@ -180,6 +180,7 @@ class CTciLink::C_Impl {
       const auto session = std::find_if(m_sessions.begin(), m_sessions.end(),
                                         [fd](const T_Session& candidate) { return candidate.fd == fd; });
       if (session == m_sessions.end()) return;
+      if (got > 0 && session->gone) return;  // what came before it was shut down is still there to be read
       if (got > 0) session->input.append(buffer, static_cast<size_t>(got));
       if (got <= 0 || session->input.size() > kLongestLine) {
         close(fd);

@@ -44,7 +44,9 @@ TEST_F(InfraredBurst, WithoutADelayLeavesAtOnceAfterTheOneBefore) {
   }
   ASSERT_TRUE(Avp().WaitForRequests(3, simmatch::Op("send:infrared"), kPatienceMs));
   // Deliberate: the interval is checked and then dropped.
-  EXPECT_EQ(LogCount("INFO SendIrDataCmd count:0, interval:0, delay:0"), 3u);
+  const std::string accepted = "INFO SendIrDataCmd count:0, interval:0, delay:0";  // written beside the worker
+  ASSERT_TRUE(WaitForLogLine(accepted, 3));
+  EXPECT_EQ(LogCount(accepted), 3u);
 }
 
 class Maintenance : public SystemTest {

@@ -324,7 +324,7 @@ TEST_F(AvpSim, HangsUpAtALineWhenToldSoOnce) {
 }
 
 TEST_F(AvpSim, MaySplitAnswersFromTheirEnd) {
-  m_sim->SetTciSplitMs(300);
+  m_sim->SetTciSplitMs(1'500);  // well after the first piece was read
   CTcpPeer peer(m_sim->TciPort());
   peer.Send("mode async on\r\n");
   EXPECT_EQ(peer.Piece().back(), '}');
