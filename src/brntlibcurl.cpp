@@ -18,13 +18,13 @@ constexpr int kFailed = -2;
 // One for all transfers: they never overlap.
 char s_errorBuffer[CURL_ERROR_SIZE];
 
-// What runs the transfers, made at the first one and kept, since making it costs a sixth of a transfer. Nothing of one
-// transfer is left in it for the next: connections are closed after their only use.
-CURLM* s_driver = nullptr;
 constexpr int kPollMs = 1000;
 
 struct T_CurlCleanup {
   void operator()(CURL* curl) const { curl_easy_cleanup(curl); }
+};
+struct T_MultiCleanup {
+  void operator()(CURLM* multi) const { curl_multi_cleanup(multi); }
 };
 struct T_SlistFree {
   void operator()(curl_slist* list) const { curl_slist_free_all(list); }
@@ -33,6 +33,7 @@ struct T_FileClose {
   void operator()(std::FILE* file) const { std::fclose(file); }
 };
 using CurlHandle = std::unique_ptr<CURL, T_CurlCleanup>;
+using CurlMulti = std::unique_ptr<CURLM, T_MultiCleanup>;
 using CurlList = std::unique_ptr<curl_slist, T_SlistFree>;
 using File = std::unique_ptr<std::FILE, T_FileClose>;
 
@@ -128,19 +129,27 @@ CurlHandle NewHandle(const std::string& url, std::string* pBuffer, std::FILE* fp
   return curl;
 }
 
-// What curl_easy_perform does, without making and freeing the driver each time.
+// What runs a thread's transfers, made at the first one and kept, since making it costs a sixth of a transfer. Nothing
+// of one transfer is left in it for the next: connections are closed after their only use.
+CURLM* ThreadsMulti() {
+  thread_local CurlMulti multi;
+  if (multi == nullptr) multi.reset(curl_multi_init());
+  return multi.get();
+}
+
+// What curl_easy_perform does, but for making and freeing the rest of libcurl's state each time.
 CURLcode Perform(CURL* curl) {
-  if (s_driver == nullptr) s_driver = curl_multi_init();
-  if (curl_multi_add_handle(s_driver, curl) != CURLM_OK) return CURLE_FAILED_INIT;
+  CURLM* multi = ThreadsMulti();
+  if (curl_multi_add_handle(multi, curl) != CURLM_OK) return CURLE_FAILED_INIT;
   CURLMcode state = CURLM_OK;
   for (int running = 1; running != 0 && state == CURLM_OK;) {
-    state = curl_multi_perform(s_driver, &running);
-    if (running != 0 && state == CURLM_OK) state = curl_multi_poll(s_driver, nullptr, 0, kPollMs, nullptr);
+    state = curl_multi_perform(multi, &running);
+    if (running != 0 && state == CURLM_OK) state = curl_multi_poll(multi, nullptr, 0, kPollMs, nullptr);
   }
   int left = 0;
-  const CURLMsg* done = curl_multi_info_read(s_driver, &left);  // ours: there is no other transfer
+  const CURLMsg* done = curl_multi_info_read(multi, &left);  // ours: the thread has no other transfer
   const CURLcode result = done == nullptr ? CURLE_FAILED_INIT : done->data.result;
-  curl_multi_remove_handle(s_driver, curl);
+  curl_multi_remove_handle(multi, curl);
   return result;
 }
 
@@ -181,11 +190,7 @@ void Init_Curl_Global() {
   curl_global_init(CURL_GLOBAL_NOTHING);
 }
 
-void Cleanup_Curl_Global() {
-  curl_multi_cleanup(s_driver);
-  s_driver = nullptr;
-  curl_global_cleanup();
-}
+void Cleanup_Curl_Global() { curl_global_cleanup(); }
 
 int Libcurl_Get_Data(const std::string& url, std::string& rsp, std::string& err) {
   return Get(url, &rsp, nullptr, err);

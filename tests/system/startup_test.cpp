@@ -141,8 +141,9 @@ TEST_F(StartUp, RequestsLeaveNoDescriptorBehind) {
   const size_t before = Halyard().DescriptorCount().value_or(0);
   EXPECT_GT(before, 0u);
   for (int i = 0; i < 200; ++i) ExpectNextCommandWorks();
-  // A transfer of the housekeeping may be under way for a moment.
-  EXPECT_TRUE(WaitUntil([&] { return Halyard().DescriptorCount().value_or(999) <= before; }));
+  // libcurl keeps a pair of its own on each of the three threads that send, made when the thread first does; and a
+  // transfer of the housekeeping may be under way for a moment.
+  EXPECT_TRUE(WaitUntil([&] { return Halyard().DescriptorCount().value_or(999) <= before + 3 * 2; }));
 }
 
 TEST_F(LogConfiguration, WhenMissingIsReportedAndTheConsoleTakesTheLog) {
