@@ -33,8 +33,8 @@ class LineLayout : public testing::Test {
 
 TEST_F(LineLayout, WritesWhatThePatternSays) {
   for (const int priority : {brntlog::kError, brntlog::kWarn, brntlog::kInfo}) {
-    for (const std::string& message : {std::string(), std::string("a line"), std::string("%d %s %m%n [\n]\xff"),
-                                       std::string(5000, 'x')}) {
+    for (const std::string& message :
+         {std::string(), std::string("a line"), std::string("%d %s %m%n [\n]\xff"), std::string(5000, 'x')}) {
       ExpectSameLine(Event(message, priority, 1'700'000'000, 123'456));
     }
   }
@@ -51,9 +51,9 @@ TEST_F(LineLayout, CarriesEveryMillisecondAndSecondInTurn) {
 TEST_F(LineLayout, IsLocalTimeAlsoAfterTheZoneHasChanged) {
   const char* before = std::getenv("TZ");
   const std::string zone = before == nullptr ? "" : before;
-  setenv("TZ", "XXX-5", 1);
+  setenv("TZ", "EAST-5", 1);
   EXPECT_EQ(m_layout.format(Event("east", brntlog::kInfo, 86'400, 0)), "1970-01-02 05:00:00.000 INFO east\n");
-  setenv("TZ", "YYY+7", 1);
+  setenv("TZ", "WEST+7", 1);
   EXPECT_EQ(m_layout.format(Event("west", brntlog::kInfo, 86'401, 0)), "1970-01-01 17:00:01.000 INFO west\n");
   before == nullptr ? unsetenv("TZ") : setenv("TZ", zone.c_str(), 1);
   tzset();
@@ -86,11 +86,11 @@ INSTANTIATE_TEST_SUITE_P(
                     T_Configuration{"NoLayout", {kPattern}, false},
                     T_Configuration{"OtherPattern", {kLayout, kPattern + " more"}, false},
                     T_Configuration{"OtherLayout", {"log4cpp.appender.a.layout=BasicLayout", kPattern}, false},
-                    T_Configuration{"OtherAppender",
-                                    {"log4cpp.appender.b.layout=PatternLayout",
-                                     std::string("log4cpp.appender.b.layout.ConversionPattern=") +
-                                         brntlog::kLinePattern},
-                                    false},
+                    T_Configuration{
+                        "OtherAppender",
+                        {"log4cpp.appender.b.layout=PatternLayout",
+                         std::string("log4cpp.appender.b.layout.ConversionPattern=") + brntlog::kLinePattern},
+                        false},
                     T_Configuration{"CommentedOut", {kLayout, "#" + kPattern}, false}),
     [](const auto& row) { return std::string(row.param.name); });
 
