@@ -4,6 +4,7 @@
 
 #include <atomic>
 #include <deque>
+#include <memory>
 #include <thread>
 #include <vector>
 
@@ -189,4 +190,17 @@ TEST(BlockingQueue, LosesNothingBetweenThreads) {
   }
   for (std::thread& producer : producers) producer.join();
   EXPECT_EQ(times, std::vector<int>(items.size(), 1));
+}
+
+TEST(BlockingQueue, MayBeDestroyedByWhoeverTookTheElement) {
+  CIdleThread thread;
+  for (int round = 0; round < 2'000; ++round) {
+    auto queue = std::make_unique<OSQueue_Blocking>();
+    T_Item one(1);
+    std::thread sender([&one, pQueue = queue.get()] { pQueue->EnQueue(&one.link); });
+    while (queue->DeQueueBlocking(&thread, 1'000) == nullptr) {
+    }
+    queue.reset();  // the sender may still be about to wake someone
+    sender.join();
+  }
 }
