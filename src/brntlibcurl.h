@@ -9,7 +9,8 @@
 #include <cstddef>
 #include <string>
 
-// libcurl's global state. Calls pair up; the state goes with the last clean-up.
+// libcurl's global state. Calls pair up; the state goes with the last clean-up. What the transfers of one thread share
+// beside it stays until the thread ends.
 void Init_Curl_Global();
 void Cleanup_Curl_Global();
 

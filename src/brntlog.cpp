@@ -1,8 +1,8 @@
 #include "brntlog.h"
 
-#include <algorithm>
 #include <cstdarg>
 #include <cstdio>
+#include <cstring>
 #include <exception>
 #include <iostream>
 #include <log4cpp/Appender.hh>
@@ -16,7 +16,7 @@
 
 namespace {
 
-constexpr std::size_t kLongestPlace = 200;  // source file and line behind each text
+constexpr std::size_t kAroundPlace = 24;  // line number and brackets behind each text; room for them, not a limit
 
 log4cpp::Category& LogCategory() {
   static log4cpp::Category& category = log4cpp::Category::getInstance("CATEGORY");
@@ -73,8 +73,6 @@ void Configure(const char* configPath) {
 void Write(int priority, const char* file, unsigned line, const char* format, ...) {
   if (!LogCategory().isPriorityEnabled(priority)) return;
 
-  char place[kLongestPlace];
-  const int placeLength = std::snprintf(place, sizeof place, " --[%s:%u]", file, line);
   char buffer[1024];
   std::va_list args;
   va_start(args, format);
@@ -86,7 +84,7 @@ void Write(int priority, const char* file, unsigned line, const char* format, ..
   std::string text;
   if (length >= 0) {
     const auto size = static_cast<std::size_t>(length);
-    text.reserve(size + sizeof place);
+    text.reserve(size + std::strlen(file) + kAroundPlace);
     if (size < sizeof buffer) {
       text.assign(buffer, size);
     } else {
@@ -96,7 +94,12 @@ void Write(int priority, const char* file, unsigned line, const char* format, ..
     }
   }
   va_end(again);
-  text.append(place, std::min(static_cast<std::size_t>(placeLength), sizeof place - 1));
+
+  text += " --[";
+  text += file;
+  text += ':';
+  text += std::to_string(line);
+  text += ']';
   LogCategory().log(priority, text);
 }
 

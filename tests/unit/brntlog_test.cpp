@@ -45,6 +45,15 @@ TEST(LogLine, KeepsTextOfAnyLengthWhole) {
   }
 }
 
+TEST(LogLine, KeepsAPlaceOfAnyLengthWhole) {
+  CLogCapture log;
+  const std::string file(3000, 'f');
+  brntlog::Write(brntlog::kInfo, file.c_str(), 4'000'000'000, "%s", "far away");
+  ASSERT_EQ(log.Lines().size(), 1u);
+  EXPECT_EQ(log.Lines()[0].text, "far away");
+  EXPECT_EQ(log.Lines()[0].place, file + ":4000000000");
+}
+
 TEST(LogLine, TakesPercentSignsFromOutsideAsText) {
   CLogCapture log;
   HLOG_INFO("[%s]", "100%s %n");
