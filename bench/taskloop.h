@@ -1,6 +1,6 @@
 // The bare loop behind the hand-overs that every command takes in the task framework: the event thread tells the task
-// that owns the socket, and that task tells the one that sends the POST. Nothing else happens, so this is the best that
-// the process itself could reach.
+// that owns the socket, and that task tells the one that sends the POST. Nothing else happens, so this is about the
+// best that the process itself could reach.
 //
 // Threads of the framework's own, from Start until the program ends.
 #pragma once

@@ -129,8 +129,8 @@ CurlHandle NewHandle(const std::string& url, std::string* pBuffer, std::FILE* fp
   return curl;
 }
 
-// What runs a thread's transfers, made at the first one and kept, since making it costs a sixth of a transfer. Nothing
-// of one transfer is left in it for the next: connections are closed after their only use.
+// What runs a thread's transfers, made at the first one and kept, since making it costs an eighth of a transfer.
+// Nothing of one transfer is left in it for the next: connections are closed after their only use.
 CURLM* ThreadsMulti() {
   thread_local CurlMulti multi;
   if (multi == nullptr) multi.reset(curl_multi_init());

@@ -11,8 +11,8 @@ namespace brntlog {
 constexpr char kLinePattern[] = "%d{%Y-%m-%d %H:%M:%S.%l} %p %m%n";
 
 // Gives what a PatternLayout with kLinePattern gives. A pattern is taken to pieces for every line and its time set by
-// several streams; with half a dozen lines for each command that was a fifth of the processor time of the whole
-// process. Any thread.
+// several streams; with half a dozen lines for each command, doing without saved the process a seventh of its processor
+// time. Any thread.
 class CLineLayout : public log4cpp::Layout {
  public:
   std::string format(const log4cpp::LoggingEvent& event) override;
